@@ -1,0 +1,53 @@
+// The binding to the DTM business object: items, logging, language, label texts and the
+// connection state. One instance per control, handed to every page.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "device/ClsDevice.h"
+#include "link/IGuiBridge.h"
+
+namespace kestrova {
+
+// Language codes (primary language numbers of Windows locale identifiers).
+inline constexpr int16_t kGerman = 7;
+inline constexpr int16_t kEnglish = 9;
+
+class ClsGUI {
+public:
+    int16_t FunctionId = 0;
+    std::string ActualDeviceIdentifier;
+    std::shared_ptr<IGuiBridge> Dtm;
+    int16_t ConnectionStateCode = 0;
+    bool DtmConnected = false;
+    int16_t Language = 0;
+    bool ConnectPending = false;
+    ClsDevice Device;
+    std::string ProductId;
+
+    std::string ProtocolID() const;
+    void SetDtm(std::shared_ptr<IGuiBridge> dtm);
+    void SetActualDeviceIdentifier(const std::string& identifier);
+    void CheckOnlineState();
+    std::string GetItem(const std::string& name);
+    void LogEvent(const std::string& message);
+    int16_t GetLanguage();
+    std::string GetUILabel(std::string_view key) const;
+    void SetUILabel(std::string_view key, std::string german, std::string english);
+    // Whether either store holds the key (the catalogue's fallback for unknown FFxx codes).
+    bool HasUILabel(std::string_view key) const;
+
+private:
+    struct KeyLess {
+        using is_transparent = void;
+        bool operator()(std::string_view a, std::string_view b) const;
+    };
+    std::map<std::string, std::string, KeyLess> german_;
+    std::map<std::string, std::string, KeyLess> english_;
+};
+
+}  // namespace kestrova

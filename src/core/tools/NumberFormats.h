@@ -1,0 +1,49 @@
+// Number formats and input parsing: answer fields, byte arrays as text in four display forms,
+// user text back into bytes, and IO-Link cycle times.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kestrova {
+
+// Byte and data arrays: zero-based, element values as the device delivered them. An empty
+// vector stands for "no data" (not an array).
+using Values = std::vector<int32_t>;
+
+// Display forms, numbered as the callers pass them.
+enum DisplayForm : int { kDecimal = 0, kHex = 1, kBinary = 2, kCharacters = 3 };
+
+// ParseBytes status.
+enum ParseStatus : int { kParseOk = 0, kParseEmpty = 1, kParseMismatch = 2 };
+
+// Cuts the next field up to sep (case-sensitive); field and rest trimmed of blanks. Without sep
+// the field is the whole text and the rest becomes empty. With remove false text stays as is.
+std::string GetToken(std::string& text, bool remove, std::string_view sep);
+// As GetToken without trimming, converted to a 32-bit integer (hex with the flag). A field that
+// is not a number raises Type mismatch (13).
+int32_t GetNumber(std::string& text, bool remove, bool hex, std::string_view sep);
+
+// Hex digits of value (32-bit two's complement for negatives), zero-padded to width, never cut.
+std::string FormatHex(int64_t value, int width, std::string_view prefix, bool upper);
+// Values as text in one of the four forms; count -1 means all, and is set to the count used.
+std::string FormatBytes(const Values& values, int form, int16_t& count, std::string_view prefix,
+                        bool pair);
+std::string FormatBytes(const Values& values, int form, std::string_view prefix = "",
+                        bool pair = false);
+
+// User text back into bytes; returns a ParseStatus. out and count hold what was accepted.
+int ParseBytes(std::string_view text, int form, int width, Values& out, int16_t& count, bool pair);
+
+int16_t EncodeCycleTime(double milliseconds);
+double DecodeCycleTime(int32_t code);
+
+// The number check with an upper bound (inclusive): true when text is a number no larger than
+// upper; value receives it. Accepts '.' and ',' as the decimal separator.
+bool CheckNumber(std::string_view text, double upper, double* value = nullptr);
+// Index/subindex entry: "0x" hex or plain digits; empty, too long or above max is rejected.
+bool ParseIndex(std::string_view text, int32_t max, int32_t& value);
+
+}  // namespace kestrova
