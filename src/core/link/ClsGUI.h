@@ -17,6 +17,13 @@ namespace kestrova {
 inline constexpr int16_t kGerman = 7;
 inline constexpr int16_t kEnglish = 9;
 
+// One row of a page's label table: key, English text, German text.
+struct LabelText {
+    const char* Key;
+    const char* English;
+    const char* German;
+};
+
 class ClsGUI {
 public:
     int16_t FunctionId = 0;
@@ -40,6 +47,11 @@ public:
     void SetUILabel(std::string_view key, std::string german, std::string english);
     // Whether either store holds the key (the catalogue's fallback for unknown FFxx codes).
     bool HasUILabel(std::string_view key) const;
+    // Registers every row of a label table (first registration of a key wins).
+    template <class Table>
+    void SetUILabels(const Table& table) {
+        for (const LabelText& row : table) SetUILabel(row.Key, row.German, row.English);
+    }
 
 private:
     struct KeyLess {
