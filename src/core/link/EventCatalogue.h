@@ -3,11 +3,16 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 
 namespace kestrova {
 
 class ClsGUI;
+struct LabelText;
+
+// The event label table in registration order (key, English, German).
+std::span<const LabelText> EventLabelTable();
 
 // Registers every event label key in table order with its German and English text.
 void IolInitEventTable(ClsGUI& gui);

@@ -34,16 +34,23 @@ std::string FormatBytes(const Values& values, int form, int16_t& count, std::str
 std::string FormatBytes(const Values& values, int form, std::string_view prefix = "",
                         bool pair = false);
 
-// User text back into bytes; returns a ParseStatus. out and count hold what was accepted.
+// User text back into bytes; returns a ParseStatus. out and count hold what was accepted (the
+// bytes before the first field that failed). Fields are separated by blanks; hex fields are
+// "0x" (or "&H") with one or two digits. A hex field with a comma where a digit belongs
+// ("0x1,") matches the field pattern but raises Type mismatch (13); callers catch it like a
+// mismatch. An empty text in the number forms gives kParseOk with count 0.
 int ParseBytes(std::string_view text, int form, int width, Values& out, int16_t& count, bool pair);
 
 int16_t EncodeCycleTime(double milliseconds);
 double DecodeCycleTime(int32_t code);
 
 // The number check with an upper bound (inclusive): true when text is a number no larger than
-// upper; value receives it. Accepts '.' and ',' as the decimal separator.
+// upper; value receives it. Accepts '.' and ',' as the decimal separator, whatever the locale;
+// a plain decimal with an optional sign and blanks around; no lower bound.
 bool CheckNumber(std::string_view text, double upper, double* value = nullptr);
 // Index/subindex entry: "0x" hex or plain digits; empty, too long or above max is rejected.
+// Decimal: no more digits than max has in decimal. Hex: no more digits than max has in hex
+// (4 for 32767, 2 for 255). Blanks around are ignored. value is set only on success.
 bool ParseIndex(std::string_view text, int32_t max, int32_t& value);
 
 }  // namespace kestrova

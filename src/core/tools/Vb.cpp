@@ -287,6 +287,8 @@ std::vector<uint8_t> Utf8ToCp1252(std::string_view text) {
         uint8_t b = '?';
         if (cp < 0x80 || (cp >= 0xA0 && cp <= 0xFF)) {
             b = static_cast<uint8_t>(cp);
+        } else if (cp >= 0x80 && cp <= 0x9F && kCp1252High[cp - 0x80] == 0) {
+            b = static_cast<uint8_t>(cp);  // the undefined slots come back as themselves
         } else {
             for (size_t k = 0; k < kCp1252High.size(); ++k)
                 if (kCp1252High[k] == cp) b = static_cast<uint8_t>(0x80 + k);
@@ -303,6 +305,15 @@ size_t CharCount(std::string_view utf8) {
         ++n;
     }
     return n;
+}
+
+std::string Mid(std::string_view text, size_t start, size_t length) {
+    if (start == 0) Raise(vberr::InvalidProcedureCall);
+    size_t i = 0;
+    for (size_t skipped = 1; skipped < start && i < text.size(); ++skipped) NextCodePoint(text, i);
+    const size_t begin = i;
+    for (size_t taken = 0; taken < length && i < text.size(); ++taken) NextCodePoint(text, i);
+    return std::string(text.substr(begin, i - begin));
 }
 
 }  // namespace kestrova

@@ -87,5 +87,9 @@ std::string Cp1252ToUtf8(const std::vector<uint8_t>& bytes);
 std::vector<uint8_t> Utf8ToCp1252(std::string_view text);
 // Number of characters (code points) in a UTF-8 text.
 size_t CharCount(std::string_view utf8);
+// Characters from the 1-based character position start, at most length of them, as the
+// runtime's Mid counts them; a start past the end gives the empty text, a start of 0 raises
+// Invalid procedure call (5).
+std::string Mid(std::string_view text, size_t start, size_t length = std::string_view::npos);
 
 }  // namespace kestrova

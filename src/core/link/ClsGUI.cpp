@@ -1,0 +1,154 @@
+#include "link/ClsGUI.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "link/IOLinkComm.h"
+#include "tools/Vb.h"
+
+namespace kestrova {
+
+namespace {
+
+struct Date {
+    int Year, Month, Day;
+};
+
+bool IsLeap(int y) {
+    return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
+}
+
+int DaysIn(int year, int month) {
+    static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    return month == 2 && IsLeap(year) ? 29 : kDays[month - 1];
+}
+
+// One field of the date: digits only, or -1.
+int DateField(const std::string& s) {
+    if (s.empty() || !std::all_of(s.begin(), s.end(), [](char c) { return c >= '0' && c <= '9'; }))
+        return -1;
+    return std::stoi(s);
+}
+
+// The date item has its numbers at fixed places: year 1-4, month 6-7, day from 9 (two
+// characters only when the text is exactly ten long).
+Date ParseDtmDate(const std::string& d) {
+    const size_t dayLength = CharCount(d) == 10 ? 2 : 1;
+    const Date date{DateField(Mid(d, 1, 4)), DateField(Mid(d, 6, 2)),
+                    DateField(Mid(d, 9, dayLength))};
+    if (date.Year < 100 || date.Month < 1 || date.Month > 12 || date.Day < 1 ||
+        date.Day > DaysIn(date.Year, date.Month))
+        Raise(vberr::TypeMismatch,
+              "Type mismatch: the DTM date \"" + d + "\" is not a date of the form yyyy-mm-dd");
+    return date;
+}
+
+}  // namespace
+
+bool ClsGUI::KeyLess::operator()(std::string_view a, std::string_view b) const {
+    // Same order as comparing the upper-cased keys, without building them.
+    const auto fold = [](char c) {
+        return static_cast<unsigned char>(c >= 'a' && c <= 'z' ? c - 32 : c);
+    };
+    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
+                                        [&](char x, char y) { return fold(x) < fold(y); });
+}
+
+std::string ClsGUI::ProtocolID() const {
+    return "2C4CD8B8-D509-4ECB-94A7-019F12569C8B";
+}
+
+void ClsGUI::SetDtm(std::shared_ptr<IGuiBridge> dtm) {
+    Device.SetDtm(dtm);
+    Dtm = std::move(dtm);
+    if (!Dtm) return;
+
+    const Date date = ParseDtmDate(GetItem("DTMDate"));
+    char german[32];
+    std::snprintf(german, sizeof german, "%02d.%02d.%04d", date.Day, date.Month, date.Year);
+    // English without leading zeros and in another order; the asymmetry is wanted.
+    const std::string english =
+        Str(int64_t{date.Year}) + "/" + Str(int64_t{date.Month}) + "/" + Str(int64_t{date.Day});
+    SetUILabel("Date", german, english);
+
+    const std::string version = GetItem("DTMVersion");
+    SetUILabel("Version", version, version);
+}
+
+void ClsGUI::SetActualDeviceIdentifier(const std::string& identifier) {
+    if (identifier == ActualDeviceIdentifier) return;
+    ActualDeviceIdentifier = identifier;
+    if (Dtm) Dtm->SetItem("USBDevice", identifier);
+}
+
+void ClsGUI::CheckOnlineState() {
+    if (!Dtm) return;
+    const std::string state = GetItem("ConnectionState");
+    const size_t comma = state.find(',');
+    const std::string word = Trim(state.substr(0, comma));
+    const std::string rest = comma == std::string::npos ? "" : Trim(state.substr(comma + 1));
+
+    if (IEquals(word, "OFFLINE")) {
+        ConnectionStateCode = OFFLINE;
+    } else if (IEquals(word, "ONLINE-")) {
+        ConnectionStateCode = LOST;
+    } else if (IEquals(word, "ONLINE+")) {
+        // Online, but the newest event says the device does not fit (code 26).
+        ConnectionStateCode = FOUND;
+        const int16_t newest = std::min<int16_t>(Device.EventCount, ClsDevice::kMaxEvents);
+        if (newest > 0 && Device.GetEvent(newest).Code == 26) ConnectionStateCode = WRONG;
+    } else if (IEquals(word, "SIO")) {
+        ConnectionStateCode = SIO;
+    } else if (IEquals(word, "RESET")) {
+        ConnectionStateCode = RESETTED;
+    }
+    DtmConnected = rest == "TRUE";
+    Device.SetSensorState(ConnectionStateCode);
+
+    if (ConnectionStateCode == RESETTED && ConnectPending) {
+        if (IolConnect(*Dtm)) ConnectPending = false;
+    }
+}
+
+std::string ClsGUI::GetItem(const std::string& name) {
+    if (!Dtm) return {};
+    return Dtm->SendCommand(name).ToText();
+}
+
+void ClsGUI::LogEvent(const std::string& message) {
+    if (Dtm) Dtm->SetItem("LOGGER", message);
+}
+
+int16_t ClsGUI::GetLanguage() {
+    // The item is a Windows locale identifier (1031 German, 2055 Swiss German...). An empty item
+    // counts as 0 and anything that is not a number falls back to English as well.
+    double lcid = 0;
+    const std::string item = GetItem("Language");
+    bool german = false;
+    if (TryCDbl(item, lcid) && std::fabs(lcid) < 2147483647.0)
+        german = (CLng(lcid) & 0xFF) == kGerman;
+    Language = german ? kGerman : kEnglish;
+    return Language;
+}
+
+std::string ClsGUI::GetUILabel(std::string_view key) const {
+    const bool german = Language == kGerman;
+    const auto& first = german ? german_ : english_;
+    const auto& second = german ? english_ : german_;
+    if (auto it = first.find(key); it != first.end()) return it->second;
+    if (auto it = second.find(key); it != second.end()) return it->second;
+    return german ? "unbekannt" : "unknown";
+}
+
+void ClsGUI::SetUILabel(std::string_view key, std::string german, std::string english) {
+    // First registration wins: pages register shared keys more than once.
+    german_.try_emplace(std::string(key), std::move(german));
+    english_.try_emplace(std::string(key), std::move(english));
+}
+
+bool ClsGUI::HasUILabel(std::string_view key) const {
+    return german_.find(key) != german_.end() || english_.find(key) != english_.end();
+}
+
+}  // namespace kestrova
