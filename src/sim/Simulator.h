@@ -19,10 +19,13 @@ struct Options {
     std::string product = "7c31";    // product id of the master plugged at start ("" for none)
     std::string port = "COM3";
     int32_t language = 0;  // Windows locale id; 0 takes it from the environment (LANG)
+    // Follow the wall clock: latency really sleeps and, without a clock of the caller's, time
+    // moves by itself. Otherwise latency advances the simulator's own time instead.
+    bool realtime = false;
 };
 
 class Simulator : public IGuiBridge {
-public:
+  public:
     // clock answers the current time in milliseconds; without one the simulator keeps its own
     // clock, moved only by "advance".
     explicit Simulator(Options options = {}, std::function<int64_t()> clock = {});
@@ -49,7 +52,7 @@ public:
     // Names of the device profiles.
     static std::vector<std::string> Profiles();
 
-private:
+  private:
     struct Impl;
     std::unique_ptr<Impl> impl_;
 };
