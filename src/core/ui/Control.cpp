@@ -109,11 +109,14 @@ Control& Control::operator()(std::string_view name, int index) const {
 }
 
 Control* Control::Resolve(std::string_view path) {
+    if (path.empty()) return this;
     Control* c = this;
-    while (c && !path.empty()) {
+    // Every dot must be followed by a name: "A." and "A..B" resolve to nothing.
+    for (bool more = true; c && more;) {
         const size_t dot = path.find('.');
         std::string_view part = path.substr(0, dot);
-        path = dot == std::string_view::npos ? std::string_view{} : path.substr(dot + 1);
+        more = dot != std::string_view::npos;
+        path = more ? path.substr(dot + 1) : std::string_view{};
         int index = -1;
         const size_t open = part.find('(');
         if (open != std::string_view::npos) {
@@ -555,6 +558,8 @@ int RunDueTimers(Control& root, int64_t now) {
 }
 
 int AdvanceClock(Control& root, VirtualClock& clock, int64_t target) {
+    // Timers arm from the root's clock; without one they would never move past the window.
+    if (!root.GetClock()) root.SetClock(&clock);
     int fired = 0;
     while (Control* t = EarliestDue(root, target)) {
         if (t->DueAt() > clock.NowMs()) clock.Set(t->DueAt());
