@@ -7,13 +7,14 @@
 
 #include "link/ClsGUI.h"
 #include "link/IGuiBridge.h"
+#include "pages/Page.h"
 #include "ui/Control.h"
 #include "ui/Services.h"
 
 namespace kestrova {
 
 class DTMGUI : public ui::UserControl {
-public:
+  public:
     static constexpr const char* kProgId = "Kestrova.DTMGUI";
 
     explicit DTMGUI(ui::Services& services);
@@ -28,10 +29,36 @@ public:
     ClsGUI& Gui();
     ui::Services& GetServices() { return services_; }
 
-protected:
-    void OnResize() override;
+    // The page shown in the page frame, or null.
+    Page* CurrentPage() const;
 
-private:
+    // Smallest size of the control, in twips.
+    static constexpr int32_t kMinWidth = 7500;
+    static constexpr int32_t kMinHeight = 4500;
+
+  protected:
+    void OnResize() override;
+    // The redraw done before the control registers with the business object; a failure is shown
+    // and keeps the control from registering.
+    virtual void Redraw();
+
+  private:
+    void Unbind();
+    bool PrepareControl();
+    void CloseClicked();
+    void AddNode(const char* key);
+    void SetTreeBackColor();
+    void ShowPage(const std::string& name, const std::string& key);
+    void PaintSelectedNode();
+    void NodeClicked(const std::string& key);
+    void RegisterFrameLabels();
+    void LanguagePass();
+    void PlugCheck(bool force, int32_t state, bool present);
+    void ShowProduct(const std::string& id, bool present);
+    void ShowState(int32_t state);
+    void PlacePage();
+    void Layout(bool strict);
+
     struct Impl;
     std::unique_ptr<Impl> impl_;
     ui::Services& services_;
