@@ -1,0 +1,117 @@
+#include "pages/common/PollingPage.h"
+
+#include "link/ClsGUI.h"
+#include "pages/common/PanelSupport.h"
+
+namespace kestrova::pages {
+
+PollingPage::PollingPage(ui::Services& services, std::string name, const LabelText& title)
+    : Page(std::move(name)),
+      title_(title),
+      communication_(Add<IOLinkCommunication>(services, "IOLinkCommunication1")),
+      events_(Add<UCEventData>(services, "UCEventData1")),
+      timer_(AddControl(ui::Kind::Timer, "Timer1")) {
+    SetClock(&services.GetClock());
+    // The page's own panel sits at the top left, the communication panel beside it and the
+    // event list along the bottom.
+    Move(0, 0, 7825, 5535);
+    communication_.Move(3880, 420, communication_.Width(), communication_.Height());
+    events_.Move(120, 3090, events_.Width(), events_.Height());
+    timer_.SetEnabled(false);
+    timer_.SetInterval(kInterval);
+
+    auto& label = AddControl(ui::Kind::Label, "Label1");
+    label.Move(120, 60, 7590, 300);
+    label.SetCaption(title.English);
+    label.SetFontBold(true);
+    label.SetFontSize(9.75);
+
+    timer_.OnTimer = [this] { Tick(); };
+    communication_.ChangeTimer = [this](bool enable) { PanelEvent(enable); };
+    events_.ChangeTimer = [this](bool enable) { PanelEvent(enable); };
+}
+
+void PollingPage::OnShow() {
+    lastState_ = 0;
+    timer_.SetInterval(kAtOnce);
+}
+
+void PollingPage::OnHide() {
+    timer_.SetEnabled(false);
+}
+
+void PollingPage::RefreshContents(ClsGUI* gui) {
+    gui_ = gui;
+    communication_.RefreshContents(gui);
+    events_.RefreshContents(gui);
+    RefreshPanel(gui);
+    if (!gui_) {
+        timer_.SetEnabled(false);
+        return;
+    }
+    SetLanguage();
+    timer_.SetEnabled(true);
+}
+
+void PollingPage::SetLanguage() {
+    if (!gui_) return;
+    const LabelText rows[] = {title_};
+    gui_->SetUILabels(rows);
+    (*this)("Label1").SetCaption(gui_->GetUILabel(title_.Key));
+    communication_.SetLanguage();
+    SetPanelLanguage();
+    events_.SetLanguage();
+    if (LanguageChanged) LanguageChanged();
+}
+
+void PollingPage::PanelEvent(bool enable) {
+    timer_.SetEnabled(false);
+    if (!enable || !gui_) return;
+    timer_.SetInterval(kAtOnce);
+    timer_.SetEnabled(true);
+}
+
+void PollingPage::RaiseActivity(bool value) {
+    if (Activity) TryStep([&] { Activity(value); });
+}
+
+void PollingPage::RaiseCheckProduct(bool force, int16_t state) {
+    // The frame's plug check reads the business object; its failure must not end the tick.
+    if (CheckProduct) TryStep([&] { CheckProduct(force, state, false); });
+}
+
+void PollingPage::Actualize() {
+    RaiseActivity(true);
+    if (gui_) events_.ActualizeEvents(gui_->Device, kEventsPerTick);
+}
+
+void PollingPage::Tick() {
+    if (!gui_) {
+        timer_.SetEnabled(false);  // nothing to poll; don't keep firing
+        return;
+    }
+    if (!timer_.Enabled()) return;
+    timer_.SetInterval(kInterval);
+    timer_.SetEnabled(false);
+
+    TryStep([this] { events_.ActualizeEvents(gui_->Device, kEventsPerTick); });
+    TryStep([this] { gui_->CheckOnlineState(); });
+    const int16_t state = gui_->ConnectionStateCode;
+    TryStep([&] { communication_.SetConnectionState(state, ModeReadOnly(*gui_)); });
+
+    const bool settingsChanged = SettingsChanged();
+    if ((state != lastState_ || settingsChanged || panelUpdateFailed_) && state >= 1 && state <= 6)
+        panelUpdateFailed_ = !TryStep([&] { UpdatePanel(state); });  // failed: again next tick
+    if (state != lastState_) RaiseCheckProduct(false, state);
+    if (state != 1)
+        RaiseActivity(true);
+    else
+        RaiseCheckProduct(true, state);
+    lastState_ = state;
+
+    if (gui_) TryStep([&] { RunPendingWork(state); });
+    // A handler may have let go of the page meanwhile (the frame released it).
+    if (gui_) timer_.SetEnabled(true);
+}
+
+}  // namespace kestrova::pages

@@ -1,0 +1,203 @@
+#include "pages/eventdata/UCEventData.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "device/ClsEvent.h"
+#include "link/ClsGUI.h"
+#include "link/EventCatalogue.h"
+#include "pages/common/PanelSupport.h"
+#include "tools/NumberFormats.h"
+#include "tools/Vb.h"
+
+namespace kestrova {
+
+namespace {
+
+const LabelText kLabels[] = {
+    {"EVENTHead1", "Number", "Nummer"},
+    {"EVENTHead2", "Instance", "Instanz"},
+    {"EVENTHead3", "Mode", "Modus"},
+    {"EVENTHead4", "Event Code", "Event Code"},
+    {"EVENTHead5", "Hex values", "Hex Werte"},
+    {"EVENTClear", "Clear Events", "Events löschen"},
+    {"EVENTSave", "Save Events", "Events speichern"},
+    {"EVENTFrame", "Event data", "Event Daten"},
+    {"EVENTSaveError", "The events could not be saved to the file",
+     "Die Events konnten nicht in der Datei gespeichert werden"},
+};
+
+const char* const kHeadKeys[] = {"EVENTHead1", "EVENTHead2", "EVENTHead3", "EVENTHead4",
+                                 "EVENTHead5"};
+
+std::string Hex(int64_t value, int digits) {
+    return FormatHex(value, digits, "0x", true);
+}
+
+// Codes are 16-bit values; a code delivered as a negative number still shows four digits.
+int64_t Code16(int32_t code) {
+    return code & 0xFFFF;
+}
+
+// The qualifier byte; parts that do not add up to a byte are shown as they sum up.
+int64_t Qualifier(const ClsEvent& event) {
+    try {
+        return event.InstTypMode();
+    } catch (const std::exception&) {
+        return int64_t{event.Instance} + event.Type + event.Mode;
+    }
+}
+
+}  // namespace
+
+UCEventData::UCEventData(ui::Services& services, std::string name)
+    : ui::UserControl(std::move(name)), services_(services) {
+    using ui::Kind;
+    Move(0, 0, 7590, 2325);
+
+    auto& frame = AddControl(Kind::Frame, "Frame2");
+    frame.Move(0, 0, 7590, 2325);
+    frame.SetCaption("Event data");
+
+    auto& list = AddControl(Kind::ListView, "ListView1");
+    list.Move(120, 270, 5895, 1935);
+    const char* const heads[] = {"Number", "Instance", "Mode", "Event Code", "Hex values"};
+    const int32_t widths[] = {750, 800, 1200, 2000, 1050};
+    for (int i = 0; i < 5; ++i) list.AddColumn(heads[i], widths[i]);
+
+    auto& clear = AddControl(Kind::CommandButton, "Command1");
+    clear.Move(6135, 270, 1335, 375);
+    clear.SetCaption("Clear Events");
+    auto& save = AddControl(Kind::CommandButton, "Command2");
+    save.Move(6135, 750, 1335, 375);
+    save.SetCaption("Save Events");
+
+    clear.Click = [this] { ClearClick(); };
+    save.Click = [this] { SaveClick(); };
+}
+
+void UCEventData::RaiseChangeTimer(bool enable) {
+    if (ChangeTimer) ChangeTimer(enable);
+}
+
+void UCEventData::RefreshContents(ClsGUI* gui) {
+    gui_ = gui;
+    if (gui_) Refill();
+}
+
+void UCEventData::Refill() {
+    C("ListView1").ClearRows();
+    newestListed_ = -1;
+    ClsDevice& device = gui_->Device;
+    for (int16_t p = 1; p <= device.EventCount && p <= ClsDevice::kMaxEvents; ++p) {
+        const ClsEvent& event = device.GetEvent(p);
+        if (event.Number > newestListed_) newestListed_ = event.Number;
+        if (event.Number > clearedThrough_) AddRow(event);
+    }
+}
+
+void UCEventData::AddRow(const ClsEvent& event) {
+    if (event.Number < 1) return;  // not an event the device reported
+    auto& list = C("ListView1");
+    while (list.ListItems().size() >= kMaxRows) list.RemoveRow(1);
+    const ClsGUI& gui = *gui_;
+    list.AddRow({
+        Str(int64_t{event.Number}),
+        IolErrorText(2, event.Instance, 0, gui),
+        IolErrorText(3, event.Type + event.Mode, 0, gui),
+        IolErrorText(1, event.Code, event.Type, gui),
+        Hex(Qualifier(event), 2) + " " + Hex(Code16(event.Code), 4),
+    });
+}
+
+void UCEventData::ActualizeEvents(ClsDevice& device, int maxEvents) {
+    if (!gui_) return;
+    // Events are listed even when fetching stops half way; the rest comes on a later tick.
+    pages::TryStep([&] {
+        for (int taken = 0; taken < maxEvents && device.UpdateEvents(); ++taken) {
+        }
+    });
+    // The events newer than the newest listed sit at the end of the proxy's list.
+    int16_t first = static_cast<int16_t>(std::min<int>(device.EventCount, ClsDevice::kMaxEvents));
+    while (first >= 1 && device.GetEvent(first).Number > newestListed_) --first;
+    for (int16_t p = static_cast<int16_t>(first + 1);
+         p <= device.EventCount && p <= ClsDevice::kMaxEvents; ++p) {
+        const ClsEvent& event = device.GetEvent(p);
+        newestListed_ = event.Number;
+        if (event.Number > clearedThrough_) AddRow(event);
+    }
+}
+
+void UCEventData::ClearClick() {
+    RaiseChangeTimer(false);
+    pages::OnScopeExit restart([this] { RaiseChangeTimer(true); });
+    if (!gui_) return;
+    gui_->Device.ClearEvents();
+    clearedThrough_ = -1;
+    for (int16_t p = 1; p <= gui_->Device.EventCount && p <= ClsDevice::kMaxEvents; ++p)
+        clearedThrough_ = std::max<int64_t>(clearedThrough_, gui_->Device.GetEvent(p).Number);
+    Refill();
+}
+
+std::string UCEventData::FileLine(const ClsEvent& event) const {
+    const ClsGUI& gui = *gui_;
+    return Str(int64_t{event.Number}) + ";" + IolErrorText(2, event.Instance, 0, gui) + ";" +
+           IolErrorText(3, event.Type + event.Mode, 0, gui) + ";" +
+           IolErrorText(1, event.Code, event.Type, gui) + ";" + Hex(event.Instance, 2) + " " +
+           Hex(event.Mode, 2) + " " + Hex(event.Type, 2) + " " + Hex(Code16(event.Code), 4);
+}
+
+bool UCEventData::SaveTo(const std::string& path) {
+    std::string reason;
+    std::FILE* file = std::fopen(path.c_str(), "wb");  // an existing file is replaced
+    if (!file) {
+        reason = std::strerror(errno);
+    } else {
+        auto writeLine = [&](const std::string& line) {
+            if (!reason.empty()) return;
+            if (std::fputs(line.c_str(), file) == EOF || std::fputc('\n', file) == EOF)
+                reason = std::strerror(errno);
+        };
+        writeLine(kFileHeader);
+        if (gui_) {
+            ClsDevice& device = gui_->Device;
+            for (int16_t p = 1; p <= device.EventCount && p <= ClsDevice::kMaxEvents; ++p) {
+                const ClsEvent& event = device.GetEvent(p);
+                if (event.Number > clearedThrough_) writeLine(FileLine(event));
+            }
+        }
+        // Buffered lines reach the disk only now; a full disk shows here.
+        if (std::fflush(file) != 0 && reason.empty()) reason = std::strerror(errno);
+        if (std::fclose(file) != 0 && reason.empty()) reason = std::strerror(errno);
+    }
+    if (reason.empty()) return true;
+    std::string text = "The events could not be saved to the file";
+    if (gui_) {
+        gui_->SetUILabels(kLabels);
+        text = gui_->GetUILabel("EVENTSaveError");
+    }
+    services_.MsgBox(text + ":\n" + path + "\n" + reason, ui::msgbox::OkOnly | ui::msgbox::Critical,
+                     "");
+    return false;
+}
+
+void UCEventData::SaveClick() {
+    const std::string path = services_.ShowSave(kFilter, kDefaultFile);
+    if (path.empty()) return;
+    SaveTo(path);
+    RaiseChangeTimer(true);
+}
+
+void UCEventData::SetLanguage() {
+    if (!gui_) return;
+    gui_->SetUILabels(kLabels);
+    auto& list = C("ListView1");
+    for (size_t i = 0; i < 5; ++i) list.SetColumnText(i, gui_->GetUILabel(kHeadKeys[i]));
+    C("Command1").SetCaption(gui_->GetUILabel("EVENTClear"));
+    C("Command2").SetCaption(gui_->GetUILabel("EVENTSave"));
+    C("Frame2").SetCaption(gui_->GetUILabel("EVENTFrame"));
+}
+
+}  // namespace kestrova
