@@ -1,0 +1,950 @@
+#include "Renderer.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFontMetricsF>
+#include <QHash>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPalette>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScreen>
+#include <QSignalBlocker>
+#include <QTreeWidget>
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <set>
+
+#include "SteadyClock.h"
+#include "Widgets.h"
+#include "tools/Vb.h"
+
+// The pictures live in a static library; their registration must be pulled in explicitly.
+static void InitImageResources() {
+    Q_INIT_RESOURCE(images);
+}
+
+namespace kestrova::qt {
+
+using ui::Control;
+using ui::Kind;
+using ui::Prop;
+
+// --- colours, captions, pictures ---
+
+QColor ToQColor(ui::Color color, const QPalette& palette) {
+    if (color & 0x80000000u) {
+        // The Windows system colour indices, matched to the nearest palette role.
+        using R = QPalette::ColorRole;
+        R role = R::Window;
+        QPalette::ColorGroup group = QPalette::Active;
+        switch (color & 0xFFu) {
+            case 0:
+                role = R::Mid;
+                break;  // scroll bar
+            case 1:
+                role = R::Dark;
+                break;  // desktop
+            case 2:
+                role = R::Highlight;
+                break;  // active caption
+            case 3:
+                role = R::Mid;
+                break;  // inactive caption
+            case 4:
+                role = R::Window;
+                break;  // menu
+            case 5:
+                role = R::Base;
+                break;  // window
+            case 6:
+                role = R::Shadow;
+                break;  // window frame
+            case 7:
+                role = R::WindowText;
+                break;  // menu text
+            case 8:
+                role = R::Text;
+                break;  // window text
+            case 9:
+                role = R::HighlightedText;
+                break;  // caption text
+            case 10:    // active border
+            case 11:
+                role = R::Window;
+                break;  // inactive border
+            case 12:
+                role = R::Mid;
+                break;  // application workspace
+            case 13:
+                role = R::Highlight;
+                break;  // highlight
+            case 14:
+                role = R::HighlightedText;
+                break;  // highlighted text
+            case 15:
+                role = R::Window;
+                break;  // button face
+            case 16:
+                role = R::Dark;
+                break;  // button shadow
+            case 17:    // grey text
+                role = R::Text;
+                group = QPalette::Disabled;
+                break;
+            case 18:
+                role = R::ButtonText;
+                break;  // button text
+            case 19:    // inactive caption text
+                role = R::WindowText;
+                group = QPalette::Disabled;
+                break;
+            case 20:
+                role = R::Light;
+                break;  // button highlight
+            case 21:
+                role = R::Shadow;
+                break;  // 3D dark shadow
+            case 22:
+                role = R::Midlight;
+                break;  // 3D light
+            case 23:
+                role = R::ToolTipText;
+                break;  // info text
+            case 24:
+                role = R::ToolTipBase;
+                break;  // info background
+            case 26:
+                role = R::Link;
+                break;  // hot-tracked item
+            case 27:
+                role = R::Highlight;
+                break;  // gradient active caption
+            case 28:
+                role = R::Mid;
+                break;  // gradient inactive caption
+            case 29:
+                role = R::Highlight;
+                break;  // menu highlight
+            case 30:
+                role = R::Window;
+                break;  // menu bar
+            default:
+                role = R::Window;
+        }
+        return palette.color(group, role);
+    }
+    return QColor(static_cast<int>(color & 0xFF), static_cast<int>((color >> 8) & 0xFF),
+                  static_cast<int>((color >> 16) & 0xFF));
+}
+
+QString LabelText(const std::string& caption) {
+    std::string shown;
+    shown.reserve(caption.size());
+    for (size_t i = 0; i < caption.size(); ++i) {
+        if (caption[i] != '&') {
+            shown += caption[i];
+        } else if (i + 1 < caption.size() && caption[i + 1] == '&') {
+            shown += '&';
+            ++i;
+        }
+    }
+    return QString::fromStdString(shown);
+}
+
+QPixmap LoadPicture(const std::string& name) {
+    // Pictures are few and small; keep each once for the life of the program.
+    static const bool registered = (InitImageResources(), true);
+    (void)registered;
+    static QHash<QString, QPixmap> cache;
+    const QString key = QString::fromStdString(name);
+    auto it = cache.find(key);
+    if (it != cache.end()) return *it;
+    QPixmap pixmap(QStringLiteral(":/images/%1.png").arg(key));
+    if (pixmap.isNull()) qWarning("kestrova: no image resource named \"%s\"", name.c_str());
+    cache.insert(key, pixmap);
+    return pixmap;
+}
+
+namespace {
+
+bool IsDefaultFace(ui::Color c) {
+    return c == ui::syscolor::ButtonFace;
+}
+
+// Sets a role for the normal (active and inactive) states only, so a disabled control keeps
+// the style's greyed look.
+void SetNormal(QPalette& pal, QPalette::ColorRole role, const QColor& color) {
+    pal.setColor(QPalette::Active, role, color);
+    pal.setColor(QPalette::Inactive, role, color);
+}
+
+QString ModelToPlain(const std::string& text) {
+    QString s = QString::fromStdString(text);
+    s.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    s.replace(QChar('\r'), QChar('\n'));
+    return s;
+}
+
+std::string PlainToModel(const QString& text) {
+    QString s = text;
+    s.replace(QChar('\n'), QStringLiteral("\r\n"));
+    return s.toStdString();
+}
+
+// Stacking layer. Frames and shapes are backgrounds: controls placed over them as siblings
+// (not as their children) must stay visible. Lightweight controls come next, drawn below every
+// windowed one.
+int Layer(Kind kind) {
+    switch (kind) {
+        case Kind::Frame:
+            return 0;
+        case Kind::Shape:
+            return 1;
+        case Kind::Image:
+            return 2;
+        case Kind::Label:
+            return 3;
+        default:
+            return 4;
+    }
+}
+
+void SetItemColors(QTreeWidgetItem* item, int columns, const ui::TreeNode& node,
+                   const QPalette& app) {
+    const bool ownBack = node.BackColor != ui::syscolor::Window;
+    const bool ownFore = node.ForeColor != ui::syscolor::WindowText;
+    for (int col = 0; col < columns; ++col) {
+        item->setData(col, Qt::BackgroundRole,
+                      ownBack ? QVariant(QBrush(ToQColor(node.BackColor, app))) : QVariant());
+        item->setData(col, Qt::ForegroundRole,
+                      ownFore ? QVariant(QBrush(ToQColor(node.ForeColor, app))) : QVariant());
+        item->setData(col, kOwnColorsRole, ownBack || ownFore);
+    }
+}
+
+}  // namespace
+
+// --- construction ---
+
+Renderer::Renderer(Control& root, QWidget* parent, double dpi) : root_(root), dpi_(dpi) {
+    if (dpi_ <= 0) {
+        const QScreen* screen = parent ? parent->screen() : QGuiApplication::primaryScreen();
+        dpi_ = screen ? screen->logicalDotsPerInch() : 96.0;
+        if (dpi_ <= 0) dpi_ = 96.0;
+    }
+    OnError = [](const std::string& message) { qWarning("kestrova: %s", message.c_str()); };
+
+    if (!root_.GetClock()) {
+        ownClock_ = std::make_unique<SteadyClock>();
+        root_.SetClock(ownClock_.get());
+    }
+    timer_.setSingleShot(true);
+    timer_.setTimerType(Qt::PreciseTimer);
+    connect(&timer_, &QTimer::timeout, this, [this] { RunTimers(); });
+
+    rootWidget_ = Create(root_, parent);
+    observer_ = root_.Observe([this](Control& c, Prop p) { OnModelChange(c, p); });
+    ScheduleTimers();
+}
+
+Renderer::~Renderer() {
+    root_.Unobserve(observer_);
+    timer_.stop();
+    ++applying_;  // widgets torn down below emit nothing the model should hear
+    delete rootWidget_;
+    if (ownClock_ && root_.GetClock() == ownClock_.get()) root_.SetClock(nullptr);
+}
+
+QWidget* Renderer::RootWidget() const {
+    return rootWidget_;
+}
+
+QWidget* Renderer::WidgetFor(const Control& control) const {
+    auto it = entries_.find(&control);
+    return it == entries_.end() ? nullptr : it->second.widget;
+}
+
+int Renderer::ToPx(int32_t twips) const {
+    return static_cast<int>(std::lround(static_cast<double>(twips) * dpi_ / 1440.0));
+}
+
+int32_t Renderer::ToTwips(int px) const {
+    return static_cast<int32_t>(std::lround(static_cast<double>(px) * 1440.0 / dpi_));
+}
+
+QWidget* Renderer::Create(Control& c, QWidget* parent) {
+    QWidget* w = nullptr;
+    switch (c.GetKind()) {
+        case Kind::UserControl:
+            w = new QWidget(parent);
+            break;
+        case Kind::Label: {
+            auto* label = new QLabel(parent);
+            label->setTextFormat(Qt::PlainText);
+            label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+            w = label;
+            break;
+        }
+        case Kind::TextBox:
+            if (c.MultiLine()) {
+                auto* edit = new QPlainTextEdit(parent);
+                edit->setTabChangesFocus(true);
+                w = edit;
+            } else {
+                w = new QLineEdit(parent);
+            }
+            break;
+        case Kind::CommandButton: {
+            auto* button = new QPushButton(parent);
+            button->setAutoDefault(false);
+            w = button;
+            break;
+        }
+        case Kind::CheckBox: {
+            auto* box = new QCheckBox(parent);
+            box->setTristate(true);  // value 2 shows greyed; the user only toggles 0/1
+            w = box;
+            break;
+        }
+        case Kind::OptionButton: {
+            // The model keeps exactly one option per container chosen; Qt must not interfere.
+            auto* option = new QRadioButton(parent);
+            option->setAutoExclusive(false);
+            w = option;
+            break;
+        }
+        case Kind::ComboBox:
+            w = new QComboBox(parent);
+            break;
+        case Kind::Frame:
+            w = new FrameWidget(parent);
+            break;
+        case Kind::Shape:
+            w = new ShapeWidget(parent);
+            break;
+        case Kind::Image:
+            w = new ImageWidget(parent);
+            break;
+        case Kind::Timer:
+            break;
+        case Kind::TreeView: {
+            auto* tree = new QTreeWidget(parent);
+            tree->setHeaderHidden(true);
+            tree->setRootIsDecorated(false);
+            tree->setIndentation(0);
+            tree->setColumnCount(1);
+            tree->setItemDelegate(new NodeDelegate(tree));
+            tree->setSelectionMode(QAbstractItemView::SingleSelection);
+            w = tree;
+            break;
+        }
+        case Kind::ListView: {
+            auto* list = new QTreeWidget(parent);
+            list->setRootIsDecorated(false);
+            list->setIndentation(0);
+            list->setUniformRowHeights(true);
+            list->setAllColumnsShowFocus(true);
+            list->setSelectionMode(QAbstractItemView::SingleSelection);
+            list->header()->setStretchLastSection(false);
+            list->header()->setSectionsMovable(false);
+            list->setColumnCount(0);
+            w = list;
+            break;
+        }
+        case Kind::StatusBar:
+            w = new StatusBarWidget(parent);
+            break;
+    }
+    entries_[&c] = Entry{w};
+    if (!w) return nullptr;
+    byWidget_[w] = &c;
+    std::string name = c.Name();
+    if (c.Index() >= 0) name += "(" + std::to_string(c.Index()) + ")";
+    w->setObjectName(QString::fromStdString(name));
+    ApplyAll(c);
+    Connect(c, w);
+    CreateChildren(c, w);
+    return w;
+}
+
+void Renderer::CreateChildren(Control& control, QWidget* widget) {
+    for (const auto& child : control.Children()) Create(*child, widget);
+    if (!control.Children().empty()) Restack(control);
+}
+
+void Renderer::Restack(Control& container) {
+    // Lower from the top layer down, each layer last-created first: the result is frames at the
+    // bottom, then shapes, images, labels and the windowed controls, each in creation order.
+    const auto& children = container.Children();
+    for (int layer = 3; layer >= 0; --layer)
+        for (auto it = children.rbegin(); it != children.rend(); ++it)
+            if (Layer((*it)->GetKind()) == layer)
+                if (QWidget* w = WidgetFor(**it)) w->lower();
+}
+
+void Renderer::Rescan() {
+    std::function<void(Control&, QWidget*)> scan = [&](Control& c, QWidget* w) {
+        bool added = false;
+        for (const auto& child : c.Children()) {
+            auto it = entries_.find(child.get());
+            if (it == entries_.end()) {
+                Create(*child, w);
+                added = true;
+            } else {
+                scan(*child, it->second.widget ? it->second.widget : w);
+            }
+        }
+        if (added) Restack(c);
+    };
+    scan(root_, rootWidget_);
+    ScheduleTimers();
+}
+
+void Renderer::Recreate(Control& control) {
+    // A text box switching between one and several lines changes widget class.
+    auto it = entries_.find(&control);
+    if (it == entries_.end() || !it->second.widget) return;
+    QWidget* old = it->second.widget;
+    QWidget* parent = old->parentWidget();
+    byWidget_.erase(old);
+    entries_.erase(it);
+    ++applying_;
+    delete old;
+    --applying_;
+    Create(control, parent);
+    if (control.Parent()) Restack(*control.Parent());
+}
+
+// --- applying model state ---
+
+void Renderer::ApplyAll(Control& c) {
+    static constexpr Prop kAll[] = {
+        Prop::FontSize, Prop::BackColor,     Prop::Caption,   Prop::Text,   Prop::Value,
+        Prop::List,     Prop::Picture,       Prop::Shape,     Prop::Locked, Prop::ToolTipText,
+        Prop::Nodes,    Prop::ColumnHeaders, Prop::ListItems, Prop::Panels, Prop::Left,
+        Prop::Enabled,  Prop::Visible,
+    };
+    for (Prop p : kAll) Apply(c, p);
+}
+
+void Renderer::Apply(Control& c, Prop prop) {
+    QWidget* w = WidgetFor(c);
+    if (!w) return;
+    if (prop == Prop::MultiLine) {
+        const bool multi = qobject_cast<QPlainTextEdit*>(w) != nullptr;
+        if (c.GetKind() == Kind::TextBox && multi != c.MultiLine()) Recreate(c);
+        return;
+    }
+    ++applying_;
+    const QSignalBlocker block(w);
+    switch (prop) {
+        case Prop::Left:
+        case Prop::Top:
+        case Prop::Width:
+        case Prop::Height:
+            ApplyGeometry(c, w);
+            break;
+        case Prop::Visible:
+            // A top-level root is shown by whoever owns it.
+            if (w->parentWidget() || !c.Visible()) w->setVisible(c.Visible());
+            break;
+        case Prop::Enabled:
+            w->setEnabled(c.Enabled());
+            break;
+        case Prop::Locked:
+            if (auto* line = qobject_cast<QLineEdit*>(w)) line->setReadOnly(c.Locked());
+            if (auto* plain = qobject_cast<QPlainTextEdit*>(w)) plain->setReadOnly(c.Locked());
+            break;
+        case Prop::BackColor:
+        case Prop::ForeColor:
+        case Prop::FillColor:
+            ApplyColors(c, w);
+            break;
+        case Prop::ToolTipText:
+            w->setToolTip(QString::fromStdString(c.ToolTipText()));
+            break;
+        case Prop::FontBold:
+        case Prop::FontSize:
+            ApplyFont(c, w);
+            break;
+        case Prop::Caption:
+        case Prop::Text:
+        case Prop::Value:
+        case Prop::Picture:
+            ApplyText(c, w);
+            break;
+        case Prop::List:
+        case Prop::ListIndex:
+            ApplyList(c, w);
+            break;
+        case Prop::Shape:
+            if (auto* shape = dynamic_cast<ShapeWidget*>(w)) shape->SetShape(c.ShapeKind());
+            break;
+        // Tree and list views are both tree widgets; each takes only its own properties.
+        case Prop::Nodes:
+            if (c.GetKind() == Kind::TreeView) ApplyNodes(c, w);
+            break;
+        case Prop::ColumnHeaders:
+            if (c.GetKind() == Kind::ListView) ApplyColumns(c, w);
+            break;
+        case Prop::ListItems:
+            if (c.GetKind() == Kind::ListView) ApplyRows(c, w);
+            break;
+        case Prop::Panels:
+            if (auto* bar = dynamic_cast<StatusBarWidget*>(w)) {
+                std::vector<StatusBarWidget::PanelView> views;
+                for (const ui::Panel& p : c.Panels())
+                    views.push_back({p.Text, p.Picture, ToPx(p.Width)});
+                bar->SetPanels(views);
+            }
+            break;
+        case Prop::Interval:
+        case Prop::MultiLine:
+            break;
+    }
+    --applying_;
+}
+
+void Renderer::ApplyGeometry(Control& c, QWidget* w) {
+    int width = ToPx(c.Width());
+    const int height = ToPx(c.Height());
+    if (auto* label = qobject_cast<QLabel*>(w); label && c.GetKind() == Kind::Label) {
+        // A label one line high shows its caption on that line: when our font runs a little
+        // wider than the one the layout was made for, the text may pass the label's right
+        // edge (under any control there) rather than break onto a line nobody can see.
+        const QFontMetrics fm(label->font());
+        const bool oneLine = height < 2 * fm.height();
+        label->setWordWrap(!oneLine);
+        if (oneLine && !label->text().contains(QChar('\n')))
+            width = std::max(width, fm.horizontalAdvance(label->text()) + 1);
+    }
+    w->setGeometry(ToPx(c.Left()), ToPx(c.Top()), width, height);
+}
+
+int DialogFontStretch(const QFont& base) {
+    // Layouts in twips were made for the classic 8-point dialog font, whose letters average
+    // about 5.6 pixels at 96 DPI. A wider font would not fit its captions into them, so it is
+    // narrowed to that average width (never widened).
+    const QString letters = QStringLiteral("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz");
+    QFont font = base;
+    font.setPointSizeF(8.25);
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    const double dpi =
+        screen && screen->logicalDotsPerInch() > 0 ? screen->logicalDotsPerInch() : 96;
+    const double target = 5.6 * dpi / 96.0;
+    auto average = [&](int stretch) {
+        font.setStretch(stretch);
+        return QFontMetricsF(font).horizontalAdvance(letters) / letters.size();
+    };
+    double avg = average(QFont::Unstretched);
+    if (avg <= target * 1.02) return QFont::Unstretched;
+    int stretch = static_cast<int>(std::lround(100.0 * target / avg));
+    // Condensed faces are picked by stretch ranges; one correction settles the width.
+    avg = average(stretch);
+    stretch = static_cast<int>(std::lround(stretch * target / avg));
+    return std::clamp(stretch, 70, 100);
+}
+
+void Renderer::ApplyFont(Control& c, QWidget* w) {
+    QFont font = QApplication::font();
+    if (fontStretch_ == 0) fontStretch_ = DialogFontStretch(font);
+    font.setStretch(fontStretch_);
+    font.setPointSizeF(c.FontSize() > 0 ? c.FontSize() : 8.25);
+    font.setBold(c.FontBold());
+    if (w->font() == font) return;
+    w->setFont(font);
+    if (c.GetKind() == Kind::Label) ApplyGeometry(c, w);
+}
+
+void Renderer::ApplyColors(Control& c, QWidget* w) {
+    const QPalette app = QApplication::palette();
+    const QColor back = ToQColor(c.BackColor(), app);
+    const QColor fore = ToQColor(c.ForeColor(), app);
+    QPalette pal = w->palette();
+    switch (c.GetKind()) {
+        case Kind::UserControl:
+        case Kind::Frame:
+            pal.setColor(QPalette::Window, back);
+            SetNormal(pal, QPalette::WindowText, fore);
+            w->setAutoFillBackground(true);
+            break;
+        case Kind::Label:
+        case Kind::CheckBox:
+        case Kind::OptionButton:
+            // Drawn on the container unless the control has a colour of its own.
+            SetNormal(pal, QPalette::WindowText, fore);
+            pal.setColor(QPalette::Window, back);
+            w->setAutoFillBackground(!IsDefaultFace(c.BackColor()));
+            break;
+        case Kind::CommandButton:
+            if (!IsDefaultFace(c.BackColor())) pal.setColor(QPalette::Button, back);
+            SetNormal(pal, QPalette::ButtonText, fore);
+            break;
+        case Kind::TextBox:
+        case Kind::ComboBox:
+        case Kind::TreeView:
+        case Kind::ListView:
+            pal.setColor(QPalette::Base, back);
+            SetNormal(pal, QPalette::Text, fore);
+            break;
+        case Kind::Shape:
+            if (auto* shape = dynamic_cast<ShapeWidget*>(w)) {
+                shape->SetFill(ToQColor(c.FillColor(), app));
+                shape->SetBorder(fore);
+            }
+            return;
+        case Kind::Image:
+        case Kind::StatusBar:
+        case Kind::Timer:
+            return;
+    }
+    if (pal != w->palette()) w->setPalette(pal);
+}
+
+void Renderer::ApplyText(Control& c, QWidget* w) {
+    const QString caption = QString::fromStdString(c.Caption());
+    switch (c.GetKind()) {
+        case Kind::Label: {
+            auto* label = static_cast<QLabel*>(w);
+            const QString text = LabelText(c.Caption());
+            if (label->text() == text) break;
+            label->setText(text);
+            ApplyGeometry(c, w);
+            break;
+        }
+        case Kind::CommandButton: {
+            auto* button = static_cast<QPushButton*>(w);
+            if (button->text() != caption) button->setText(caption);
+            const QPixmap icon = c.Picture().empty() ? QPixmap() : LoadPicture(c.Picture());
+            button->setIcon(icon.isNull() ? QIcon() : QIcon(icon));
+            break;
+        }
+        case Kind::CheckBox: {
+            auto* box = static_cast<QCheckBox*>(w);
+            if (box->text() != caption) box->setText(caption);
+            const Qt::CheckState state = c.Value() == 1   ? Qt::Checked
+                                         : c.Value() == 2 ? Qt::PartiallyChecked
+                                                          : Qt::Unchecked;
+            box->setCheckState(state);
+            break;
+        }
+        case Kind::OptionButton: {
+            auto* option = static_cast<QRadioButton*>(w);
+            if (option->text() != caption) option->setText(caption);
+            option->setChecked(c.Value() != 0);
+            break;
+        }
+        case Kind::Frame:
+            static_cast<FrameWidget*>(w)->SetTitle(caption);
+            break;
+        case Kind::TextBox:
+            if (auto* line = qobject_cast<QLineEdit*>(w)) {
+                const QString text = QString::fromStdString(c.Text());
+                if (line->text() != text) {
+                    const int cursor = line->cursorPosition();
+                    line->setText(text);
+                    line->setCursorPosition(std::min<int>(cursor, static_cast<int>(text.size())));
+                }
+            } else if (auto* plain = qobject_cast<QPlainTextEdit*>(w)) {
+                const QString text = ModelToPlain(c.Text());
+                if (plain->toPlainText() != text) plain->setPlainText(text);
+            }
+            break;
+        case Kind::ComboBox:
+            ApplyList(c, w);
+            break;
+        case Kind::Image:
+            static_cast<ImageWidget*>(w)->SetPicture(c.Picture());
+            break;
+        default:
+            break;
+    }
+}
+
+void Renderer::ApplyList(Control& c, QWidget* w) {
+    auto* combo = qobject_cast<QComboBox*>(w);
+    if (!combo) return;
+    const auto& list = c.List();
+    const int have = combo->count();
+    const int want = static_cast<int>(list.size());
+    int same = 0;
+    while (same < std::min(have, want) &&
+           combo->itemText(same) == QString::fromStdString(list[static_cast<size_t>(same)]))
+        ++same;
+    if (same < have) {
+        // Entries changed or went away: rebuild from the first difference.
+        while (combo->count() > same) combo->removeItem(combo->count() - 1);
+    }
+    for (int i = combo->count(); i < want; ++i)
+        combo->addItem(QString::fromStdString(list[static_cast<size_t>(i)]));
+    if (combo->currentIndex() != c.ListIndex()) combo->setCurrentIndex(c.ListIndex());
+    // Without a chosen entry the box shows the control's text.
+    const QString text = c.ListIndex() < 0 ? QString::fromStdString(c.Text()) : QString();
+    if (combo->placeholderText() != text) combo->setPlaceholderText(text);
+}
+
+void Renderer::ApplyNodes(Control& c, QWidget* w) {
+    auto* tree = qobject_cast<QTreeWidget*>(w);
+    if (!tree) return;
+    const auto& nodes = c.Nodes();
+    const int want = static_cast<int>(nodes.size());
+    while (tree->topLevelItemCount() > want)
+        delete tree->takeTopLevelItem(tree->topLevelItemCount() - 1);
+    while (tree->topLevelItemCount() < want) tree->addTopLevelItem(new QTreeWidgetItem);
+    const QPalette app = QApplication::palette();
+    QTreeWidgetItem* selected = nullptr;
+    for (int i = 0; i < want; ++i) {
+        const ui::TreeNode& node = nodes[static_cast<size_t>(i)];
+        QTreeWidgetItem* item = tree->topLevelItem(i);
+        const QString text = QString::fromStdString(node.Text);
+        if (item->text(0) != text) item->setText(0, text);
+        item->setData(0, Qt::UserRole, QString::fromStdString(node.Key));
+        SetItemColors(item, 1, node, app);
+        if (!c.SelectedKey().empty() && node.Key == c.SelectedKey()) selected = item;
+    }
+    if (tree->currentItem() != selected) tree->setCurrentItem(selected);
+    if (!selected) tree->clearSelection();
+}
+
+void Renderer::ApplyColumns(Control& c, QWidget* w) {
+    auto* list = qobject_cast<QTreeWidget*>(w);
+    if (!list) return;
+    const auto& columns = c.ColumnHeaders();
+    QStringList labels;
+    for (const auto& col : columns) labels << QString::fromStdString(col.Text);
+    if (list->columnCount() != labels.size()) list->setColumnCount(static_cast<int>(labels.size()));
+    list->setHeaderLabels(labels);
+    for (size_t i = 0; i < columns.size(); ++i)
+        list->setColumnWidth(static_cast<int>(i), ToPx(columns[i].Width));
+}
+
+void Renderer::ApplyRows(Control& c, QWidget* w) {
+    auto* list = qobject_cast<QTreeWidget*>(w);
+    if (!list) return;
+    const auto& rows = c.ListItems();
+    const int want = static_cast<int>(rows.size());
+    while (list->topLevelItemCount() > want)
+        delete list->takeTopLevelItem(list->topLevelItemCount() - 1);
+    while (list->topLevelItemCount() < want) list->addTopLevelItem(new QTreeWidgetItem);
+    for (int i = 0; i < want; ++i) {
+        QTreeWidgetItem* item = list->topLevelItem(i);
+        const auto& cells = rows[static_cast<size_t>(i)];
+        for (size_t col = 0; col < cells.size(); ++col) {
+            const QString text = QString::fromStdString(cells[col]);
+            if (item->text(static_cast<int>(col)) != text)
+                item->setText(static_cast<int>(col), text);
+        }
+        for (int col = static_cast<int>(cells.size()); col < item->columnCount(); ++col)
+            if (!item->text(col).isEmpty()) item->setText(col, QString());
+    }
+}
+
+void Renderer::OnModelChange(Control& c, Prop prop) {
+    auto it = entries_.find(&c);
+    if (it == entries_.end()) {
+        Rescan();  // a control added to the model after rendering
+        if (!entries_.count(&c)) return;
+    }
+    if (c.GetKind() == Kind::Timer) {
+        if (prop == Prop::Interval || prop == Prop::Enabled) ScheduleTimers();
+        return;
+    }
+    Apply(c, prop);
+    // A container being shown may hold controls added while it was hidden.
+    if (prop == Prop::Visible && c.Visible() && !c.Children().empty()) Rescan();
+}
+
+// --- user input ---
+
+void Renderer::Forward(const char* what, const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const std::exception& e) {
+        if (OnError) OnError(std::string(what) + ": " + e.what());
+    } catch (...) {
+        if (OnError) OnError(std::string(what) + ": unknown failure");
+    }
+}
+
+void Renderer::Connect(Control& c, QWidget* w) {
+    Control* cp = &c;
+    switch (c.GetKind()) {
+        case Kind::CommandButton:
+            connect(static_cast<QPushButton*>(w), &QPushButton::clicked, this, [this, cp] {
+                if (applying_) return;
+                Forward("click", [cp] { cp->UserClick(); });
+            });
+            break;
+        case Kind::CheckBox:
+            connect(static_cast<QCheckBox*>(w), &QCheckBox::clicked, this, [this, cp] {
+                if (applying_) return;
+                Forward("click", [cp] { cp->UserClick(); });
+                Apply(*cp, Prop::Value);  // the handler may have put the value back
+            });
+            break;
+        case Kind::OptionButton:
+            connect(static_cast<QRadioButton*>(w), &QRadioButton::clicked, this, [this, cp] {
+                if (applying_) return;
+                Forward("click", [cp] { cp->UserClick(); });
+                if (cp->Parent())
+                    for (const auto& s : cp->Parent()->Children())
+                        if (s->GetKind() == Kind::OptionButton) Apply(*s, Prop::Value);
+            });
+            break;
+        case Kind::ComboBox:
+            connect(static_cast<QComboBox*>(w), &QComboBox::activated, this, [this, cp](int i) {
+                if (applying_) return;
+                Forward("pick", [cp, i] { cp->UserPick(i); });
+                Apply(*cp, Prop::ListIndex);
+            });
+            break;
+        case Kind::TextBox:
+            if (auto* line = qobject_cast<QLineEdit*>(w)) {
+                connect(line, &QLineEdit::textChanged, this, [this, cp](const QString& text) {
+                    if (applying_) return;
+                    Forward("type", [cp, &text] { cp->UserType(text.toStdString()); });
+                    Apply(*cp, Prop::Text);
+                });
+            } else if (auto* plain = qobject_cast<QPlainTextEdit*>(w)) {
+                connect(plain, &QPlainTextEdit::textChanged, this, [this, cp, plain] {
+                    if (applying_) return;
+                    const std::string text = PlainToModel(plain->toPlainText());
+                    Forward("type", [cp, &text] { cp->UserType(text); });
+                    Apply(*cp, Prop::Text);
+                });
+            }
+            break;
+        case Kind::TreeView: {
+            auto* tree = static_cast<QTreeWidget*>(w);
+            auto deliver = [this, cp](QTreeWidgetItem* item) {
+                if (applying_ || !item) return;
+                const std::string key = item->data(0, Qt::UserRole).toString().toStdString();
+                Forward("node click", [cp, &key] { cp->UserNodeClick(key); });
+                Apply(*cp, Prop::Nodes);
+            };
+            // A mouse click reports every click, also on the node already selected; moving
+            // with the keyboard reports the node reached. Other changes of the current item
+            // (the view picking one when it gets the focus) are not the user's choice.
+            connect(tree, &QTreeWidget::itemClicked, this,
+                    [deliver](QTreeWidgetItem* item, int) { deliver(item); });
+            connect(tree, &QTreeWidget::currentItemChanged, this,
+                    [this, tree, deliver](QTreeWidgetItem* item, QTreeWidgetItem*) {
+                        if (keyTarget_ == tree && QApplication::mouseButtons() == Qt::NoButton)
+                            deliver(item);
+                    });
+            break;
+        }
+        default:
+            break;
+    }
+    switch (c.GetKind()) {
+        case Kind::TextBox:
+        case Kind::CommandButton:
+        case Kind::CheckBox:
+        case Kind::OptionButton:
+        case Kind::ComboBox:
+        case Kind::TreeView:
+            w->installEventFilter(this);
+            break;
+        default:
+            break;
+    }
+}
+
+bool Renderer::eventFilter(QObject* watched, QEvent* event) {
+    auto it = byWidget_.find(watched);
+    if (it == byWidget_.end()) return false;
+    if (event->type() != QEvent::KeyPress) {
+        if (watched == keyTarget_) keyTarget_ = nullptr;  // the key press has been handled
+        return false;
+    }
+    if (applying_) return false;
+    keyTarget_ = watched;
+    return HandleKey(*it->second, static_cast<QWidget*>(watched), event);
+}
+
+bool Renderer::HandleKey(Control& c, QWidget* w, QEvent* event) {
+    const auto* key = static_cast<QKeyEvent*>(event);
+    int16_t ascii = -1;
+    switch (key->key()) {
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            ascii = 13;
+            break;
+        case Qt::Key_Backspace:
+            ascii = 8;
+            break;
+        case Qt::Key_Escape:
+            ascii = 27;
+            break;
+        default: {
+            const QString text = key->text();
+            if (text.size() != 1 || !text[0].isPrint()) break;
+            const std::vector<uint8_t> bytes = Utf8ToCp1252(text.toStdString());
+            // A character outside Windows-1252 is typed as is, without a key event.
+            if (bytes.size() == 1 && (bytes[0] != '?' || text[0] == QChar('?'))) ascii = bytes[0];
+        }
+    }
+    if (ascii < 0 || !c.Enabled()) return false;
+
+    if (c.GetKind() != Kind::TextBox) {
+        if (c.KeyPress) Forward("key", [&c, ascii] { c.UserKey(ascii); });
+        return false;
+    }
+    // The caret lives in the widget, so the widget does the editing; the model's key handler
+    // only gets to see the key first and may drop or replace it.
+    if (!c.KeyPress) return false;
+    const int16_t original = ascii;
+    Forward("key", [&c, &ascii] { c.KeyPress(ascii); });
+    if (ascii == original) return false;
+    if (ascii == 0 || c.Locked()) return true;
+    auto* line = qobject_cast<QLineEdit*>(w);
+    auto* plain = qobject_cast<QPlainTextEdit*>(w);
+    if (ascii >= 32 && ascii <= 255) {
+        const QString ch = QString::fromStdString(Cp1252Char(static_cast<uint8_t>(ascii)));
+        if (line) line->insert(ch);
+        if (plain) plain->insertPlainText(ch);
+    } else if (ascii == 8) {
+        if (line) line->backspace();
+        if (plain) plain->textCursor().deletePreviousChar();
+    }
+    return true;
+}
+
+// --- timers ---
+
+void Renderer::ScheduleTimers() {
+    if (inTimers_) return;  // the running tick reschedules when it is done
+    const int64_t due = ui::NextDue(root_);
+    if (due < 0) {
+        timer_.stop();
+        return;
+    }
+    const ui::Clock* clock = root_.GetClock();
+    const int64_t now = clock ? clock->NowMs() : 0;
+    timer_.start(static_cast<int>(std::clamp<int64_t>(due - now, 0, INT_MAX)));
+}
+
+void Renderer::RunTimers() {
+    // A tick that opened a message box runs a nested event loop; the other timers wait for it.
+    if (inTimers_) return;
+    inTimers_ = true;
+    const ui::Clock* clock = root_.GetClock();
+    const int64_t now = clock ? clock->NowMs() : 0;
+    Forward("timer", [this, now] { ui::RunDueTimers(root_, now); });
+    inTimers_ = false;
+    ScheduleTimers();
+}
+
+int Renderer::TimerRemaining() const {
+    return timer_.isActive() ? timer_.remainingTime() : -1;
+}
+
+}  // namespace kestrova::qt
