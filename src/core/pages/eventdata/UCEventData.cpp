@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <vector>
 
 #include "device/ClsEvent.h"
 #include "link/ClsGUI.h"
@@ -155,9 +156,13 @@ bool UCEventData::SaveTo(const std::string& path) {
     if (!file) {
         reason = std::strerror(errno);
     } else {
+        // Lines as the Windows tools that read the log expect them: ANSI code page, CR LF.
         auto writeLine = [&](const std::string& line) {
             if (!reason.empty()) return;
-            if (std::fputs(line.c_str(), file) == EOF || std::fputc('\n', file) == EOF)
+            std::vector<uint8_t> bytes = Utf8ToCp1252(line);
+            bytes.push_back('\r');
+            bytes.push_back('\n');
+            if (std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size())
                 reason = std::strerror(errno);
         };
         writeLine(kFileHeader);

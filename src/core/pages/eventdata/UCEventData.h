@@ -24,7 +24,7 @@ class UCEventData : public ui::UserControl {
 
     explicit UCEventData(ui::Services& services, std::string name = "UCEventData1");
 
-    // Keeps the binding and shows every event the device proxy holds; none empties the list.
+    // Keeps the binding and shows every event the device proxy holds; none lets go of it.
     void RefreshContents(ClsGUI* gui);
     // Takes at most maxEvents new events from the master and lists them.
     void ActualizeEvents(ClsDevice& device, int maxEvents);

@@ -3,8 +3,6 @@
 // like a master with one device in IO-Link mode.
 #pragma once
 
-#include <array>
-#include <deque>
 #include <memory>
 #include <string>
 #include <utility>
@@ -13,28 +11,21 @@
 #include "link/ClsGUI.h"
 #include "link/EventCatalogue.h"
 #include "link/testing/FakeBridge.h"
-#include "tools/Vb.h"
 #include "ui/Services.h"
 
 namespace kestrova::testing {
 
+inline constexpr const char* kRead16 = "IOL::Read Index=16 SubIndex=0";
+
 class RecordingServices : public ui::Services {
   public:
-    struct Message {
-        std::string Text;
-        int Style;
-    };
-
-    int MsgBox(const std::string& text, int style, const std::string&) override {
-        Messages.push_back({text, style});
+    int MsgBox(const std::string& text, int, const std::string&) override {
+        Messages.push_back(text);
         return ui::msgbox::AnswerOk;
     }
     std::string ShowSave(const std::string& filter, const std::string& defaultName) override {
-        SaveDialogs.emplace_back(filter, defaultName);
-        if (SaveAnswers.empty()) return {};
-        std::string answer = SaveAnswers.front();
-        SaveAnswers.pop_front();
-        return answer;
+        SaveDialogs.push_back(filter + " " + defaultName);
+        return std::exchange(SaveAnswer, {});
     }
     std::string OpenCommand(const std::string&) override { return {}; }
     bool StartDocument(const std::string&, const std::string&) override { return false; }
@@ -43,37 +34,39 @@ class RecordingServices : public ui::Services {
     ui::Clock& GetClock() override { return Clock; }
 
     ui::VirtualClock Clock;
-    std::vector<Message> Messages;
-    std::deque<std::string> SaveAnswers;
-    std::vector<std::pair<std::string, std::string>> SaveDialogs;
+    std::vector<std::string> Messages;
+    std::string SaveAnswer;  // the path the next save dialog answers; empty: cancelled
+    std::vector<std::string> SaveDialogs;
 };
 
-// The direct parameter page of a typical sensor: cycle time code 73 (10 ms), minimum 23
-// (2.3 ms), revision 0x11, 2 input bytes, 1 output byte, vendor 0x012C, device 0x000105,
-// function 0x0001.
-inline std::array<int, 16> SensorPage() {
-    return {0, 73, 23, 0, 0x11, 0x81, 0x80, 0x01, 0x2C, 0x00, 0x01, 0x05, 0x00, 0x01, 0, 0};
-}
-
-// The answer to IOL::GetMode for a page and a baud-rate code.
-inline std::string ModeAnswer(const std::array<int, 16>& page, int baud = 2) {
+// The answer to IOL::GetMode: the direct parameter page of a typical sensor, cycle time code 73
+// (10 ms), minimum 23 (2.3 ms), revision 0x11, the length bytes given (2 input bytes, 1 output
+// byte), vendor 0x012C, device 0x000105, function 0x0001; baud-rate code 2.
+inline std::string ModeAnswer(int inLength = 0x81, int outLength = 0x80) {
     std::string answer = "OK:0,";
-    for (int b : page) answer += std::to_string(b) + " ";
-    return answer + "0," + std::to_string(baud) + ",0";
+    for (int b : {0, 73, 23, 0, 0x11, inLength, outLength, 1, 0x2C, 0, 1, 5, 0, 1, 0, 0})
+        answer += std::to_string(b) + " ";
+    return answer + "0,2,0";
 }
 
 // A binding to a FakeBridge with the event texts registered, the given state word answered
-// and a sensor behind the port.
+// and a sensor behind the port: outputs read back 0x05, inputs 0x01 0xAB, names "ACME", "P1"
+// and one not supported.
 struct Rig {
-    explicit Rig(const std::string& state = "ONLINE+,TRUE", int16_t language = kEnglish) {
+    explicit Rig(const std::string& state = "ONLINE+,TRUE") {
         bridge->Answer("DTMDate", "2009-03-05");
         bridge->Answer("DTMVersion", "1.0.0");
         gui.SetDtm(bridge);
-        gui.Language = language;
+        gui.Language = kEnglish;
         IolInitEventTable(gui);
         SetState(state);
-        bridge->Answer("IOL::GetMode", ModeAnswer(SensorPage()));
+        bridge->Answer("IOL::GetMode", ModeAnswer());
         bridge->Answer("IOL::GetEvent", "EMPTY:");
+        bridge->Answer("IOL::ReadOutputImage", "OK:0,1 5");
+        bridge->Answer("IOL::TransferImage Data=", "OK:0,2 1 171 0");
+        bridge->Answer(kRead16, "OK:4 65 67 77 69");
+        bridge->Answer("IOL::Read Index=18 SubIndex=0", "OK:2 80 49");
+        bridge->Answer("IOL::Read Index=20 SubIndex=0", "ERROR:32785");
         bridge->ClearLog();
     }
     // Answers the state word and lets the binding take it in.
@@ -81,8 +74,6 @@ struct Rig {
         bridge->Answer("ConnectionState", state);
         gui.CheckOnlineState();
     }
-    // Answers a command with success.
-    void Ok(const std::string& command) { bridge->Answer(command, "OK:"); }
     // Queues one event record for IOL::GetEvent.
     void QueueEvent(int32_t code, int32_t instance = 4, int32_t type = 48, int32_t mode = 192) {
         bridge->Queue("IOL::GetEvent", "OK:1," + std::to_string(code) + "," +
@@ -92,6 +83,48 @@ struct Rig {
 
     std::shared_ptr<FakeBridge> bridge = std::make_shared<FakeBridge>();
     ClsGUI gui;
+    RecordingServices services;
+};
+
+// A panel bound to the rig, captions set. Its events are written down as "F" and "T" (false,
+// true), the parameter panel's with the reason code after it ("T2").
+template <class Panel>
+struct PanelRig : Rig {
+    explicit PanelRig(const std::string& state = "ONLINE+,TRUE") : Rig(state) {
+        panel.RefreshContents(&gui);
+        panel.SetLanguage();
+        panel.ChangeTimer = [this](bool enable, auto... reason) {
+            events += enable ? "T" : "F";
+            ((events += std::to_string(reason)), ...);
+        };
+        bridge->ClearLog();
+    }
+    ui::Control& C(const char* name, int index = -1) { return panel(name, index); }
+
+    Panel panel{services};
+    std::string events;
+};
+
+// A page shown and bound to the rig. The frame events are written down in order: "A"/"a" for
+// the third event (true/false), "C<state>"/"c<state>" for the plug check with/without force.
+template <class Page>
+struct PageRig : Rig {
+    explicit PageRig(const std::string& state = "ONLINE+,TRUE") : Rig(state) {
+        page.SetVisible(false);
+        page.SetVisible(true);  // shown: the first tick comes at once
+        page.CheckProduct = [this](bool force, int32_t s, bool) {
+            frame += (force ? "C" : "c") + std::to_string(s) + " ";
+        };
+        page.Activity = [this](bool value) { frame += value ? "A " : "a "; };
+        page.RefreshContents(&gui);
+        bridge->ClearLog();
+    }
+    void Run(int64_t ms) { ui::AdvanceClock(page, services.Clock, services.Clock.NowMs() + ms); }
+    ui::Control& Timer() { return page("Timer1"); }
+    bool DueAtOnce() { return Timer().DueAt() == services.Clock.NowMs() + 1; }
+
+    Page page{services};
+    std::string frame;
 };
 
 }  // namespace kestrova::testing
