@@ -80,6 +80,7 @@ bool IsMasterPresent(ui::Services& services, std::string_view idAndPort) {
 
 bool ListMasters(ui::Services& services, int16_t language, PortList& list, bool& changed) {
     PortList found;
+    bool unsupported = false;
     auto add = [&found](std::string port, std::string description) {
         // One entry per port: a second device claiming the same port is ignored.
         for (const PortEntry& e : found)
@@ -101,10 +102,12 @@ bool ListMasters(ui::Services& services, int16_t language, PortList& list, bool&
         } else if (Contains(record.Name, kGenericMasterName) ||
                    Contains(record.Name, kGenericMasterNameAlt)) {
             add(port, before + NotSupportedText(language));
+            // A master of an unknown model makes every read count as a change.
+            unsupported = true;
         }
     }
 
-    changed = found != list;
+    changed = unsupported || found != list;
     for (const PortEntry& e : list)
         if (Contains(e.Text, NotFoundText(9)) || Contains(e.Text, NotFoundText(7))) changed = true;
     if (changed) list = found;

@@ -57,8 +57,9 @@ bool IsMasterPresent(ui::Services& services, std::string_view idAndPort);
 
 // Reads the masters present: supported models under their description, masters of unknown
 // models with the not-supported mark. When the result differs from list (other entries, another
-// count, or list holds a not-found placeholder) list is replaced and changed set; otherwise list
-// stays and changed is cleared. Answers whether any master was found.
+// count, or list holds a not-found placeholder) or holds a master of an unknown model, list is
+// replaced and changed set; otherwise list stays and changed is cleared. Answers whether any
+// master was found.
 bool ListMasters(ui::Services& services, int16_t language, PortList& list, bool& changed);
 
 // The port of the first supported master present, or empty text: a master to adopt when the
