@@ -20,7 +20,7 @@ const LabelText kLabels[] = {
     {"PROCInputs", "Input data", "Eingabedaten"},
     {"PROCOutputs", "Output data", "Ausgabedaten"},
     {"PROCValid", "valid", "gültig"},
-    {"PROCOutputText", "New output data", "Neue Ausgabedaten"},
+    {"PROCOutputText", "New outputs", "Neue Ausgabe"},
     {"DATACheckUpdate", "Auto update", "Automatische Aktualisierung"},
 };
 
@@ -68,11 +68,13 @@ UCProcessData::UCProcessData(ui::Services& services, std::string name)
     label("Label3", "", 1350);
     auto& outputs = text("TextOutputs", 1350, false);
 
+    // "valid" sits in the caption column so that the German "Automatische Aktualisierung"
+    // gets the whole width beside it.
     auto& valid = AddControl(Kind::CheckBox, "CheckValid");
-    valid.Move(1260, 1710, 855, 255);
+    valid.Move(120, 1710, 1095, 255);
     valid.SetCaption("valid");
     auto& autoUpdate = AddControl(Kind::CheckBox, "CheckAutoUpdate");
-    autoUpdate.Move(2160, 1710, 1380, 255);
+    autoUpdate.Move(1260, 1710, 2320, 255);
     autoUpdate.SetCaption("Auto update");
     autoUpdate.SetValue(1);
 
