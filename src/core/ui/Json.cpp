@@ -313,6 +313,9 @@ void NoField(const Selector& s) {
 }
 
 PropertyValue Element(const Control& c, const Selector& s) {
+    // Only SubItems takes an argument: a check naming Text(2) must fail, not read Text.
+    if (s.hasFieldArg && !IEquals(s.field, "SubItems"))
+        Bad(std::string(s.field) + " takes no argument");
     if (IEquals(s.base, "List")) {
         NoField(s);
         const auto pos = Position(s.arg);
