@@ -67,7 +67,7 @@ Bytes LivePage(const Device& d, int64_t) {
     return out;
 }
 Bytes LiveStatus(const Device& d, int64_t now) {
-    // 2 = out of specification
+    // 2 = outside its rated range
     return {static_cast<uint8_t>(OutOfRange(d, now) ? 2 : 0)};
 }
 Bytes LivePdIn(const Device& d, int64_t now) {
@@ -468,6 +468,9 @@ void SetOutputs(Device& d, const Bytes& outputs) {
 
 void SetOutputsValid(Device& d, bool valid) {
     d.outputsValid = valid;
+    // The master command on the direct page says the same: ProcessDataOutputOperate or
+    // DeviceOperate (outputs not valid).
+    d.masterCommand = valid ? 0x98 : 0x99;
     Drive(d);
 }
 

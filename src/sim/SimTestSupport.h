@@ -1,8 +1,11 @@
-// Shared by the simulator's tests: scripts of REPL lines with the output each must print.
+// Shared by the simulator's tests: one simulator per test, and scripts of REPL lines with what
+// each must print.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -11,55 +14,45 @@
 
 namespace kestrova::sim::testing {
 
-// One line and what it prints; kAny accepts any output.
-struct Step {
-    std::string line;
-    std::string expect;
+// The parts of a text separated by "; ".
+inline std::vector<std::string> Split(const std::string& text) {
+    std::vector<std::string> parts;
+    for (size_t start = 0; start < text.size();) {
+        const size_t end = std::min(text.find("; ", start), text.size());
+        parts.push_back(text.substr(start, end - start));
+        start = end + 2;
+    }
+    return parts;
+}
+
+class SimTest : public ::testing::Test {
+  protected:
+    void Make(Options options = {}) {
+        if (options.language == 0) options.language = 1033;
+        sim = std::make_shared<Simulator>(options);
+    }
+    std::string Ask(const std::string& command) { return sim->SendCommand(command).ToText(); }
+
+    // Each text holds steps separated by "; ": a REPL line and, after " -> ", what it must
+    // print; without an arrow it must print nothing.
+    void Run(const std::vector<std::string>& script) {
+        for (const std::string& text : script) {
+            for (const std::string& step : Split(text)) {
+                const size_t arrow = step.find(" -> ");
+                SCOPED_TRACE(step);
+                EXPECT_EQ(ReplLine(*sim, step.substr(0, arrow)),
+                          arrow == std::string::npos ? "" : step.substr(arrow + 4));
+            }
+        }
+    }
+    // Connects and waits until the device operates.
+    void Online() {
+        ASSERT_EQ(Ask("IOL::Connect"), "TRUE");
+        sim->Control("advance 200");
+        ASSERT_EQ(Ask("ConnectionState"), "ONLINE+,TRUE");
+    }
+
+    std::shared_ptr<Simulator> sim = std::make_shared<Simulator>(Options{.language = 1033});
 };
-inline const std::string kAny = "\x01";
-
-inline void RunScript(Simulator& sim, const std::vector<Step>& steps) {
-    for (const Step& s : steps) {
-        SCOPED_TRACE(s.line);
-        const std::string out = ReplLine(sim, s.line);
-        if (s.expect != kAny) {
-            EXPECT_EQ(out, s.expect);
-        }
-    }
-}
-
-inline std::string Ask(Simulator& sim, const std::string& command) {
-    return sim.SendCommand(command).ToText();
-}
-
-// Connects and waits until the port operates.
-inline void Online(Simulator& sim) {
-    ASSERT_EQ(Ask(sim, "IOL::Connect"), "TRUE");
-    sim.Control("advance 200");
-    ASSERT_EQ(Ask(sim, "ConnectionState"), "ONLINE+,TRUE");
-}
-
-// The numbers after "OK:" (any of the separators ',', ' ').
-inline std::vector<int> Fields(const std::string& answer) {
-    std::vector<int> out;
-    std::string cur;
-    for (char c : answer.substr(answer.find(':') + 1) + ",") {
-        if (c == ',' || c == ' ') {
-            if (!cur.empty()) out.push_back(std::stoi(cur));
-            cur.clear();
-        } else {
-            cur += c;
-        }
-    }
-    return out;
-}
-
-// The text carried by a read answer "OK:n b0 b1 ...".
-inline std::string TextOf(const std::string& answer) {
-    std::vector<int> f = Fields(answer);
-    std::string s;
-    for (size_t i = 1; i < f.size(); ++i) s += static_cast<char>(f[i]);
-    return s;
-}
 
 }  // namespace kestrova::sim::testing

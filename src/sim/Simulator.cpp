@@ -331,7 +331,6 @@ struct Simulator::Impl {
         m.sampledTo = m.readyAt;
         m.outOfRange = false;
         SetOutputsValid(m.device, false);
-        m.device.masterCommand = 0x99;  // DeviceOperate
         ApplyCycle(m, cycle);
     }
 
@@ -536,7 +535,6 @@ struct Simulator::Impl {
                 break;
             default:
                 SetOutputsValid(m->device, mode == 6);
-                m->device.masterCommand = mode == 6 ? 0x98 : 0x99;  // ProcessDataOutputOperate
                 break;
         }
         return "OK:";
