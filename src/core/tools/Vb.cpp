@@ -13,19 +13,30 @@ VbError::VbError(int32_t number, const std::string& description)
 
 std::string VbErrorText(int32_t number) {
     switch (number) {
-        case vberr::InvalidProcedureCall: return "Invalid procedure call or argument";
-        case vberr::Overflow: return "Overflow";
-        case vberr::SubscriptOutOfRange: return "Subscript out of range";
-        case vberr::TypeMismatch: return "Type mismatch";
-        case vberr::FileNotFound: return "File not found";
-        case vberr::PermissionDenied: return "Permission denied";
-        case vberr::PathNotFound: return "Path not found";
-        case vberr::ObjectRequired: return "Object required";
-        default: return "Application-defined or object-defined error";
+        case vberr::InvalidProcedureCall:
+            return "Invalid procedure call or argument";
+        case vberr::Overflow:
+            return "Overflow";
+        case vberr::SubscriptOutOfRange:
+            return "Subscript out of range";
+        case vberr::TypeMismatch:
+            return "Type mismatch";
+        case vberr::FileNotFound:
+            return "File not found";
+        case vberr::PermissionDenied:
+            return "Permission denied";
+        case vberr::PathNotFound:
+            return "Path not found";
+        case vberr::ObjectRequired:
+            return "Object required";
+        default:
+            return "Application-defined or object-defined error";
     }
 }
 
-void Raise(int32_t number, const std::string& description) { throw VbError(number, description); }
+void Raise(int32_t number, const std::string& description) {
+    throw VbError(number, description);
+}
 
 int16_t CInt(int64_t value) {
     if (value < std::numeric_limits<int16_t>::min() || value > std::numeric_limits<int16_t>::max())
@@ -60,7 +71,9 @@ uint8_t CByte(int64_t value) {
 
 namespace {
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 
 // Parses "&H..." / "&O..." as the runtime does: the digits give a 16-bit value when they fit in
 // four hex digits (so &HFFFF is -1), otherwise a 32-bit one.
@@ -128,12 +141,20 @@ double CDbl(std::string_view text) {
     return v;
 }
 
-int16_t CInt(std::string_view text) { return CInt(CDbl(text)); }
-int32_t CLng(std::string_view text) { return CLng(CDbl(text)); }
+int16_t CInt(std::string_view text) {
+    return CInt(CDbl(text));
+}
+int32_t CLng(std::string_view text) {
+    return CLng(CDbl(text));
+}
 
-double RoundBankers(double value) { return std::nearbyint(value); }
+double RoundBankers(double value) {
+    return std::nearbyint(value);
+}
 
-std::string Str(int64_t value) { return std::to_string(value); }
+std::string Str(int64_t value) {
+    return std::to_string(value);
+}
 
 std::string Str(double value) {
     if (value == std::floor(value) && std::fabs(value) < 1e15) {
@@ -167,7 +188,9 @@ std::string FormatFixed(double value, int decimals) {
 }
 
 namespace {
-char Fold(char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c; }
+char Fold(char c) {
+    return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c;
+}
 }  // namespace
 
 bool IEquals(std::string_view a, std::string_view b) {
@@ -209,7 +232,9 @@ std::string RTrim(std::string_view text) {
     return std::string(text.substr(0, e));
 }
 
-std::string Trim(std::string_view text) { return LTrim(RTrim(text)); }
+std::string Trim(std::string_view text) {
+    return LTrim(RTrim(text));
+}
 
 namespace {
 
@@ -225,24 +250,6 @@ char32_t Cp1252ToCodePoint(uint8_t b) {
         return cp ? cp : b;  // undefined slots map to the C1 control of the same number
     }
     return b;
-}
-
-void AppendUtf8(std::string& out, char32_t cp) {
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
 }
 
 // Decodes one UTF-8 character at i; malformed bytes decode as themselves, one at a time.
@@ -267,6 +274,24 @@ char32_t NextCodePoint(std::string_view s, size_t& i) {
 }
 
 }  // namespace
+
+void AppendUtf8(std::string& out, char32_t cp) {
+    if (cp < 0x80) {
+        out += static_cast<char>(cp);
+    } else if (cp < 0x800) {
+        out += static_cast<char>(0xC0 | (cp >> 6));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else if (cp < 0x10000) {
+        out += static_cast<char>(0xE0 | (cp >> 12));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (cp >> 18));
+        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    }
+}
 
 std::string Cp1252Char(uint8_t code) {
     std::string s;

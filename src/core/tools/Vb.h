@@ -26,12 +26,12 @@ inline constexpr int32_t ObjectRequired = 424;
 
 // A raised error: its number and a description a person can read.
 class VbError : public std::runtime_error {
-public:
+  public:
     VbError(int32_t number, const std::string& description);
     int32_t Number() const { return number_; }
     const char* Description() const { return what(); }
 
-private:
+  private:
     int32_t number_;
 };
 
@@ -85,6 +85,8 @@ std::string RTrim(std::string_view text);
 std::string Cp1252Char(uint8_t code);
 std::string Cp1252ToUtf8(const std::vector<uint8_t>& bytes);
 std::vector<uint8_t> Utf8ToCp1252(std::string_view text);
+// Appends one code point to a UTF-8 text.
+void AppendUtf8(std::string& out, char32_t codePoint);
 // Number of characters (code points) in a UTF-8 text.
 size_t CharCount(std::string_view utf8);
 // Characters from the 1-based character position start, at most length of them, as the

@@ -13,60 +13,100 @@ constexpr int32_t kKeyNotUnique = 35602;
 
 const char* KindName(Kind kind) {
     switch (kind) {
-        case Kind::UserControl: return "UserControl";
-        case Kind::Label: return "Label";
-        case Kind::TextBox: return "TextBox";
-        case Kind::CommandButton: return "CommandButton";
-        case Kind::CheckBox: return "CheckBox";
-        case Kind::OptionButton: return "OptionButton";
-        case Kind::ComboBox: return "ComboBox";
-        case Kind::Frame: return "Frame";
-        case Kind::Shape: return "Shape";
-        case Kind::Image: return "Image";
-        case Kind::Timer: return "Timer";
-        case Kind::TreeView: return "TreeView";
-        case Kind::ListView: return "ListView";
-        case Kind::StatusBar: return "StatusBar";
+        case Kind::UserControl:
+            return "UserControl";
+        case Kind::Label:
+            return "Label";
+        case Kind::TextBox:
+            return "TextBox";
+        case Kind::CommandButton:
+            return "CommandButton";
+        case Kind::CheckBox:
+            return "CheckBox";
+        case Kind::OptionButton:
+            return "OptionButton";
+        case Kind::ComboBox:
+            return "ComboBox";
+        case Kind::Frame:
+            return "Frame";
+        case Kind::Shape:
+            return "Shape";
+        case Kind::Image:
+            return "Image";
+        case Kind::Timer:
+            return "Timer";
+        case Kind::TreeView:
+            return "TreeView";
+        case Kind::ListView:
+            return "ListView";
+        case Kind::StatusBar:
+            return "StatusBar";
     }
     return "Control";
 }
 
 const char* PropName(Prop prop) {
     switch (prop) {
-        case Prop::Caption: return "Caption";
-        case Prop::Text: return "Text";
-        case Prop::Enabled: return "Enabled";
-        case Prop::Visible: return "Visible";
-        case Prop::Locked: return "Locked";
-        case Prop::BackColor: return "BackColor";
-        case Prop::ForeColor: return "ForeColor";
-        case Prop::FillColor: return "FillColor";
-        case Prop::ToolTipText: return "ToolTipText";
-        case Prop::Value: return "Value";
-        case Prop::ListIndex: return "ListIndex";
-        case Prop::List: return "List";
-        case Prop::Interval: return "Interval";
-        case Prop::Left: return "Left";
-        case Prop::Top: return "Top";
-        case Prop::Width: return "Width";
-        case Prop::Height: return "Height";
-        case Prop::Picture: return "Picture";
-        case Prop::FontBold: return "FontBold";
-        case Prop::FontSize: return "FontSize";
-        case Prop::Shape: return "Shape";
-        case Prop::MultiLine: return "MultiLine";
-        case Prop::Nodes: return "Nodes";
-        case Prop::ColumnHeaders: return "ColumnHeaders";
-        case Prop::ListItems: return "ListItems";
-        case Prop::Panels: return "Panels";
+        case Prop::Caption:
+            return "Caption";
+        case Prop::Text:
+            return "Text";
+        case Prop::Enabled:
+            return "Enabled";
+        case Prop::Visible:
+            return "Visible";
+        case Prop::Locked:
+            return "Locked";
+        case Prop::BackColor:
+            return "BackColor";
+        case Prop::ForeColor:
+            return "ForeColor";
+        case Prop::FillColor:
+            return "FillColor";
+        case Prop::ToolTipText:
+            return "ToolTipText";
+        case Prop::Value:
+            return "Value";
+        case Prop::ListIndex:
+            return "ListIndex";
+        case Prop::List:
+            return "List";
+        case Prop::Interval:
+            return "Interval";
+        case Prop::Left:
+            return "Left";
+        case Prop::Top:
+            return "Top";
+        case Prop::Width:
+            return "Width";
+        case Prop::Height:
+            return "Height";
+        case Prop::Picture:
+            return "Picture";
+        case Prop::FontBold:
+            return "FontBold";
+        case Prop::FontSize:
+            return "FontSize";
+        case Prop::Shape:
+            return "Shape";
+        case Prop::MultiLine:
+            return "MultiLine";
+        case Prop::Nodes:
+            return "Nodes";
+        case Prop::ColumnHeaders:
+            return "ColumnHeaders";
+        case Prop::ListItems:
+            return "ListItems";
+        case Prop::Panels:
+            return "Panels";
     }
     return "";
 }
 
 Control::Control(Kind kind, std::string name, int index)
     : kind_(kind), name_(std::move(name)), index_(index) {
-    const bool field = kind == Kind::TextBox || kind == Kind::ComboBox ||
-                       kind == Kind::TreeView || kind == Kind::ListView;
+    const bool field = kind == Kind::TextBox || kind == Kind::ComboBox || kind == Kind::TreeView ||
+                       kind == Kind::ListView;
     backColor_ = field ? syscolor::Window : syscolor::ButtonFace;
     foreColor_ = field ? syscolor::WindowText : syscolor::ButtonText;
     if (kind == Kind::Timer) {
@@ -90,6 +130,14 @@ void Control::Adopt(std::unique_ptr<Control> child) {
 
 Control& Control::AddControl(Kind kind, std::string name, int index) {
     return Add<Control>(kind, std::move(name), index);
+}
+
+Control& Control::AddAt(Kind kind, std::string name, int32_t left, int32_t top, int32_t width,
+                        int32_t height, std::string caption) {
+    Control& c = AddControl(kind, std::move(name));
+    c.Move(left, top, width, height);
+    c.SetCaption(std::move(caption));
+    return c;
 }
 
 Control* Control::Find(std::string_view name, int index) const {
@@ -123,7 +171,8 @@ Control* Control::Resolve(std::string_view path) {
             if (part.back() != ')') return nullptr;
             const std::string_view digits = part.substr(open + 1, part.size() - open - 2);
             if (digits.empty() || digits.size() > 4 ||
-                !std::all_of(digits.begin(), digits.end(), [](char d) { return d >= '0' && d <= '9'; }))
+                !std::all_of(digits.begin(), digits.end(),
+                             [](char d) { return d >= '0' && d <= '9'; }))
                 return nullptr;
             index = std::stoi(std::string(digits));
             part = part.substr(0, open);
@@ -253,10 +302,18 @@ void Control::SetValue(int v) {
     }
 }
 
-void Control::SetLeft(int32_t v) { Move(v, top_, width_, height_); }
-void Control::SetTop(int32_t v) { Move(left_, v, width_, height_); }
-void Control::SetWidth(int32_t v) { Move(left_, top_, v, height_); }
-void Control::SetHeight(int32_t v) { Move(left_, top_, width_, v); }
+void Control::SetLeft(int32_t v) {
+    Move(v, top_, width_, height_);
+}
+void Control::SetTop(int32_t v) {
+    Move(left_, v, width_, height_);
+}
+void Control::SetWidth(int32_t v) {
+    Move(left_, top_, v, height_);
+}
+void Control::SetHeight(int32_t v) {
+    Move(left_, top_, width_, v);
+}
 
 void Control::Move(int32_t left, int32_t top, int32_t width, int32_t height) {
     if (width < 0 || height < 0) Raise(kInvalidPropertyValue, "Invalid property value");
@@ -476,7 +533,9 @@ void Control::SetPanelPicture(size_t position, std::string picture) {
 void Control::UserClick() {
     if (!enabled_) return;
     switch (kind_) {
-        case Kind::CheckBox: SetValue(value_ == 1 ? 0 : 1); break;
+        case Kind::CheckBox:
+            SetValue(value_ == 1 ? 0 : 1);
+            break;
         case Kind::OptionButton:
             if (value_)
                 Click ? Click() : void();  // clicking the chosen option fires again, as it does

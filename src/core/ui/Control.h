@@ -77,7 +77,13 @@ enum class Prop {
 const char* PropName(Prop prop);
 
 // Shape styles (the Shape property of a Shape control).
-enum ShapeStyle : int { kRectangle = 0, kSquare = 1, kOval = 2, kCircle = 3, kRoundedRectangle = 4 };
+enum ShapeStyle : int {
+    kRectangle = 0,
+    kSquare = 1,
+    kOval = 2,
+    kCircle = 3,
+    kRoundedRectangle = 4
+};
 
 struct TreeNode {
     std::string Key;
@@ -105,7 +111,7 @@ class Clock;
 using Observer = std::function<void(Control&, Prop)>;
 
 class Control {
-public:
+  public:
     Control(Kind kind, std::string name, int index = -1);
     virtual ~Control();
     Control(const Control&) = delete;
@@ -126,6 +132,9 @@ public:
         return ref;
     }
     Control& AddControl(Kind kind, std::string name, int index = -1);
+    // Adds a control at its design-time place (twips) with its design-time caption.
+    Control& AddAt(Kind kind, std::string name, int32_t left, int32_t top, int32_t width,
+                   int32_t height, std::string caption = {});
     const std::vector<std::unique_ptr<Control>>& Children() const { return children_; }
     // Direct child by name (case-insensitive) and array index; null when absent.
     Control* Find(std::string_view name, int index = -1) const;
@@ -191,7 +200,7 @@ public:
 
     // --- timer ---
     int32_t Interval() const { return interval_; }
-    void SetInterval(int32_t ms);  // re-arms an enabled timer
+    void SetInterval(int32_t ms);           // re-arms an enabled timer
     int64_t DueAt() const { return due_; }  // -1 when not armed
 
     // --- tree view ---
@@ -227,10 +236,10 @@ public:
     std::function<void()> OnTimer;
 
     // --- user input, as a renderer or a script delivers it ---
-    void UserClick();                      // button, check box (toggles), option button (selects)
-    void UserType(std::string text);       // sets a text box's text (Change fires)
-    void UserKey(int16_t keyAscii);        // KeyPress, then printable keys edit the text
-    void UserPick(int index);              // combo box selection (Click fires)
+    void UserClick();                 // button, check box (toggles), option button (selects)
+    void UserType(std::string text);  // sets a text box's text (Change fires)
+    void UserKey(int16_t keyAscii);   // KeyPress, then printable keys edit the text
+    void UserPick(int index);         // combo box selection (Click fires)
     void UserNodeClick(std::string_view key);  // selects the node, then NodeClick
 
     // --- observation (renderers) ---
@@ -244,7 +253,7 @@ public:
     // Fires the Timer event if this is an enabled, due timer; re-arms it.
     void FireTimer();
 
-protected:
+  protected:
     // User control hooks.
     virtual void OnShow() {}
     virtual void OnHide() {}
@@ -252,7 +261,7 @@ protected:
 
     void Notify(Prop prop);
 
-private:
+  private:
     void Adopt(std::unique_ptr<Control> child);
     void Arm();
     void PropagateShow(bool shown);
@@ -288,24 +297,25 @@ private:
 
 // A user control: a container with its own show/hide/resize hooks (pages and panels derive).
 class UserControl : public Control {
-public:
-    explicit UserControl(std::string name, int index = -1) : Control(Kind::UserControl, std::move(name), index) {}
+  public:
+    explicit UserControl(std::string name, int index = -1)
+        : Control(Kind::UserControl, std::move(name), index) {}
 };
 
 // The host's clock, in milliseconds.
 class Clock {
-public:
+  public:
     virtual ~Clock() = default;
     virtual int64_t NowMs() const = 0;
 };
 
 // A clock that moves only when told (tests and the scripted frame).
 class VirtualClock : public Clock {
-public:
+  public:
     int64_t NowMs() const override { return now_; }
     void Set(int64_t now) { now_ = now; }
 
-private:
+  private:
     int64_t now_ = 0;
 };
 

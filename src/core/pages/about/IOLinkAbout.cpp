@@ -50,10 +50,7 @@ IOLinkAbout::IOLinkAbout(ui::Services& services, std::string name)
 
     auto label = [this](const char* n, int32_t l, int32_t t, int32_t w, int32_t h,
                         const char* caption = "") -> ui::Control& {
-        ui::Control& c = AddControl(ui::Kind::Label, n);
-        c.Move(l, t, w, h);
-        c.SetCaption(caption);
-        return c;
+        return AddAt(ui::Kind::Label, n, l, t, w, h, caption);
     };
     ui::Control& title = label("Label1", 120, 60, 6600, 375, "About");
     title.SetFontBold(true);

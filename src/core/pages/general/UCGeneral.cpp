@@ -45,10 +45,7 @@ UCGeneral::UCGeneral(ui::Services& services, std::string name)
 
     auto label = [this](const char* n, int32_t l, int32_t t, int32_t w, int32_t h,
                         const char* caption = "") -> ui::Control& {
-        ui::Control& c = AddControl(ui::Kind::Label, n);
-        c.Move(l, t, w, h);
-        c.SetCaption(caption);
-        return c;
+        return AddAt(ui::Kind::Label, n, l, t, w, h, caption);
     };
     ui::Control& title = label("Information", 120, 60, 6600, 375, "General Information");
     title.SetFontBold(true);
