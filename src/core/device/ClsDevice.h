@@ -25,7 +25,7 @@ enum SensorStates : int16_t {
 };
 
 class ClsDevice {
-public:
+  public:
     static constexpr int kMaxEvents = 100;
 
     ClsDevice();
@@ -81,7 +81,7 @@ public:
     void ClearEvents();  // deliberately does nothing
     bool UpdateEvents();
 
-private:
+  private:
     bool CheckInfo();
     std::string ReadName(int16_t index, std::string& cache, bool& read);
     void Trace(const std::string& line);

@@ -6,7 +6,7 @@
 namespace kestrova {
 
 class ClsEvent {
-public:
+  public:
     int32_t Number = 0;    // running number given by the device proxy
     int32_t Code = 0;      // event code
     int32_t Instance = 0;  // qualifier instance part (1..4)

@@ -25,7 +25,7 @@ struct LabelText {
 };
 
 class ClsGUI {
-public:
+  public:
     int16_t FunctionId = 0;
     std::string ActualDeviceIdentifier;
     std::shared_ptr<IGuiBridge> Dtm;
@@ -53,7 +53,7 @@ public:
         for (const LabelText& row : table) SetUILabel(row.Key, row.German, row.English);
     }
 
-private:
+  private:
     struct KeyLess {
         using is_transparent = void;
         bool operator()(std::string_view a, std::string_view b) const;

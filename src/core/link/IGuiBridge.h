@@ -12,7 +12,7 @@ namespace kestrova {
 // An automation-style value as the business object answers it. The control turns it into text
 // at once (ToText), the way the original runtime did.
 class Variant {
-public:
+  public:
     struct Empty {};
     struct Null {};
 
@@ -40,7 +40,7 @@ public:
 
     bool operator==(const Variant&) const = default;
 
-private:
+  private:
     std::variant<Empty, Null, bool, int64_t, double, std::string> v_;
     friend bool operator==(Empty, Empty) { return true; }
     friend bool operator==(Null, Null) { return true; }
@@ -52,7 +52,7 @@ inline constexpr const char* kIGuiReleaseNotifyIid = "{626791C6-449D-4482-9F54-5
 inline constexpr const char* kIDtmIid = "{036D1481-387B-11D4-86E1-00E0987270B9}";
 
 class IGuiBridge {
-public:
+  public:
     virtual ~IGuiBridge() = default;
     virtual void RegisterGui(const std::string& progId, const std::string& invokeId) = 0;
     virtual void UnregisterGui(const std::string& invokeId) = 0;

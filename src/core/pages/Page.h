@@ -12,7 +12,7 @@ namespace kestrova {
 class ClsGUI;
 
 class Page : public ui::UserControl {
-public:
+  public:
     using ui::UserControl::UserControl;
 
     // With a binding the page stores it and starts; with none it stops and lets go of it.

@@ -2,253 +2,156 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/Vb.h"
+#include <tuple>
+
+#include "tools/testing/VbTesting.h"
 
 namespace kestrova {
 namespace {
 
-template <class F>
-int32_t ErrorOf(F&& f) {
-    try {
-        f();
-    } catch (const VbError& e) {
-        return e.Number();
-    }
-    return 0;
-}
+// In the tables: forms 0 decimal, 1 hex, 2 binary, 3 characters; errors 13 Type mismatch,
+// 6 Overflow, 0 none; byte arrays as blank-separated numbers.
 
 TEST(GetToken, CutsAtTheSeparatorAndTrims) {
-    std::string text = "a , b";
-    EXPECT_EQ(GetToken(text, true, ","), "a");
-    EXPECT_EQ(text, "b");
-    EXPECT_EQ(GetToken(text, true, ","), "b");  // no separator: all of it, rest empty
-    EXPECT_EQ(text, "");
-    EXPECT_EQ(GetToken(text, true, ","), "");
+    // text, separator, remove -> field, rest. Without the separator the field is all of it;
+    // the separator is case-sensitive.
+    const std::tuple<const char*, const char*, bool, const char*, const char*> cases[] = {
+        {"a , b", ",", true, "a", "b"},   {"b", ",", true, "b", ""},
+        {"aXbxc", "x", true, "aXb", "c"}, {" OK:rest ", ":", false, "OK", " OK:rest "},
+        {"", ",", true, "", ""},          {"one::two", "::", true, "one", "two"}};
+    for (auto [in, sep, remove, field, rest] : cases) {
+        std::string text = in;
+        EXPECT_EQ(GetToken(text, remove, sep), field) << in;
+        EXPECT_EQ(text, rest) << in;
+    }
 }
 
-TEST(GetToken, KeepsTheTextWithoutRemoveAndIsCaseSensitive) {
-    std::string text = " OK:rest ";
-    EXPECT_EQ(GetToken(text, false, ":"), "OK");
-    EXPECT_EQ(text, " OK:rest ");
-    std::string mixed = "aXbxc";
-    EXPECT_EQ(GetToken(mixed, true, "x"), "aXb");
-    EXPECT_EQ(mixed, "c");
-    std::string multi = "one::two";
-    EXPECT_EQ(GetToken(multi, true, "::"), "one");
-    EXPECT_EQ(multi, "two");
-}
-
-TEST(GetNumber, DoesNotTrimTheRest) {
-    std::string text = "12  34";
-    EXPECT_EQ(GetNumber(text, true, false, " "), 12);
-    EXPECT_EQ(text, " 34");
-    // The doubled blank leaves an empty field, which is not a number.
-    EXPECT_EQ(ErrorOf([&] { GetNumber(text, true, false, " "); }), vberr::TypeMismatch);
-}
-
-TEST(GetNumber, HexFlagAndErrors) {
-    std::string hex = "1A,FFFF";
-    EXPECT_EQ(GetNumber(hex, true, true, ","), 26);
-    EXPECT_EQ(GetNumber(hex, true, true, ","), -1);  // &HFFFF is a 16-bit -1
-    std::string bad = "x1 2";
-    EXPECT_EQ(ErrorOf([&] { GetNumber(bad, true, false, " "); }), vberr::TypeMismatch);
-    EXPECT_EQ(bad, "2");  // the field is consumed before it is converted
-    std::string huge = "99999999999";
-    EXPECT_EQ(ErrorOf([&] { GetNumber(huge, true, false, " "); }), vberr::Overflow);
-    std::string empty;
-    EXPECT_EQ(ErrorOf([&] { GetNumber(empty, true, false, " "); }), vberr::TypeMismatch);
+TEST(GetNumber, UntrimmedFieldsAndConversionErrors) {
+    // text, hex -> value, error, rest. Neither field nor rest is trimmed, so a doubled blank
+    // leaves an empty field; the field is consumed before it is converted; &HFFFF is -1.
+    const std::tuple<const char*, bool, int32_t, int32_t, const char*> cases[] = {
+        {"12  34", false, 12, 0, " 34"},  {" 34", false, 0, 13, "34"},
+        {"1A,FFFF", true, 26, 0, "FFFF"}, {"FFFF", true, -1, 0, ""},
+        {"x1 2", false, 0, 13, "2"},      {"99999999999", false, 0, 6, ""}};
+    for (auto [in, hex, value, error, rest] : cases) {
+        std::string text = in;
+        int32_t got = 0;
+        EXPECT_EQ(ErrorOf([&] { got = GetNumber(text, true, hex, hex ? "," : " "); }), error) << in;
+        EXPECT_EQ(got, value) << in;
+        EXPECT_EQ(text, rest) << in;
+    }
+    std::string kept = "7 8";
+    EXPECT_EQ(GetNumber(kept, false, false, " "), 7);
+    EXPECT_EQ(kept, "7 8");
 }
 
 TEST(FormatHex, PadsNeverCutsAndFoldsCase) {
     EXPECT_EQ(FormatHex(10, 2, "0x", true), "0x0A");
     EXPECT_EQ(FormatHex(10, 2, "", false), "0a");
     EXPECT_EQ(FormatHex(0x1A05, 2, "", true), "1A05");
-    EXPECT_EQ(FormatHex(0, 4, "0x", true), "0x0000");
     EXPECT_EQ(FormatHex(-1, 2, "", true), "FFFFFFFF");
-    EXPECT_EQ(FormatHex(0x12345, 0, "", true), "12345");
 }
 
-TEST(FormatBytes, FourForms) {
-    const Values bytes{1, 171};
-    EXPECT_EQ(FormatBytes(bytes, kDecimal), "1 171");
-    EXPECT_EQ(FormatBytes(bytes, kHex), "01 AB");
-    EXPECT_EQ(FormatBytes(bytes, kHex, "0x"), "0x01 0xAB");
-    EXPECT_EQ(FormatBytes(bytes, kBinary), "00000001 10101011");
-    EXPECT_EQ(FormatBytes(bytes, kCharacters), ".«");  // Windows-1252 171
-    EXPECT_EQ(FormatBytes({72, 105, 0, 228, 128}, kCharacters), "Hi.ä€");
-    EXPECT_EQ(FormatBytes({}, kHex), "");
-    EXPECT_EQ(FormatBytes({1, 2}, 7), "");
+TEST(FormatBytes, FormsCountAndPair) {
+    // values, form, count, pair -> text, count after. Characters: below 32 a dot, outside a
+    // byte '?', Windows-1252 otherwise, trimmed. The count never reaches beyond the data. A
+    // pair joins two bytes into one number only with a count of exactly two, and a lone byte
+    // never reads past the data.
+    const std::tuple<Values, int, int16_t, int, const char*, int16_t> cases[] = {
+        {{1, 2, 3, 4}, 1, 0, 0, "", 0},   {{1, 171}, 2, -1, 0, "00000001 10101011", 2},
+        {{1, 171}, 0, -1, 0, "1 171", 2}, {{72, 105, 0, 228, 128}, 3, -1, 0, "Hi.ä€", 5},
+        {{1, 171}, 1, -1, 0, "01 AB", 2}, {{-5, 300, 66}, 3, -1, 0, ".?B", 3},
+        {{}, 1, -1, 0, "", -1},           {{32, 65, 32, 32}, 3, -1, 0, "A", 4},
+        {{1, 44, 9}, 0, 2, 1, "300", 1},  {{1, 2, 3, 4}, 0, 2, 0, "1 2", 2},
+        {{7}, 0, 2, 1, "7", 2},           {{1, 2, 3, 4}, 1, 10, 0, "01 02 03 04", 10},
+        {{1, 44}, 1, 2, 1, "01 2C", 2},   {{1, 44, 9}, 0, 3, 1, "1 44 9", 3}};
+    for (const auto& [values, form, count, pair, text, countAfter] : cases) {
+        int16_t n = count;
+        EXPECT_EQ(FormatBytes(values, form, n, "", pair), text) << text;
+        EXPECT_EQ(n, countAfter) << text;
+    }
+    EXPECT_EQ(FormatBytes({1, 171}, kHex, "0x"), "0x01 0xAB");
+    EXPECT_EQ(ErrorOf([] { FormatBytes(Values(40000, 0), kHex); }), vberr::Overflow);
 }
 
-TEST(FormatBytes, CharactersAreTrimmedAndOutOfByteValuesShowAsQuestionMarks) {
-    EXPECT_EQ(FormatBytes({32, 65, 32, 32}, kCharacters), "A");
-    EXPECT_EQ(FormatBytes({-5, 300, 66}, kCharacters), ".?B");
-}
-
-TEST(FormatBytes, CountLimitsAndIsReported) {
-    const Values v{1, 2, 3, 4};
-    int16_t count = 2;
-    EXPECT_EQ(FormatBytes(v, kDecimal, count, "", false), "1 2");
-    count = -1;
-    EXPECT_EQ(FormatBytes(v, kHex, count, "", false), "01 02 03 04");
-    EXPECT_EQ(count, 4);
-    count = 10;  // more than there is: every element, nothing beyond
-    EXPECT_EQ(FormatBytes(v, kHex, count, "", false), "01 02 03 04");
-    count = 0;
-    EXPECT_EQ(FormatBytes(v, kHex, count, "", false), "");
-}
-
-TEST(FormatBytes, PairJoinsTwoBytesIntoOneNumber) {
-    int16_t count = 2;
-    EXPECT_EQ(FormatBytes({1, 44, 9}, kDecimal, count, "", true), "300");
-    EXPECT_EQ(count, 1);
-    count = 3;  // only a count of exactly two pairs
-    EXPECT_EQ(FormatBytes({1, 44, 9}, kDecimal, count, "", true), "1 44 9");
-    count = 2;  // a lone byte never reads past the data
-    EXPECT_EQ(FormatBytes({7}, kDecimal, count, "", true), "7");
-    count = 2;  // hex ignores the pair flag
-    EXPECT_EQ(FormatBytes({1, 44}, kHex, count, "", true), "01 2C");
-}
-
-TEST(FormatBytes, CountOfTooManyElementsOverflows) {
-    const Values big(40000, 0);
-    EXPECT_EQ(ErrorOf([&] { FormatBytes(big, kHex); }), vberr::Overflow);
-}
-
-struct ParseCase {
-    const char* text;
-    int form;
-    int width;
-    bool pair;
-    int status;
-    Values bytes;
-};
-
-class ParseBytesTest : public ::testing::TestWithParam<ParseCase> {};
-
-TEST_P(ParseBytesTest, StatusAndBytes) {
-    const ParseCase& c = GetParam();
-    Values out{99, 99};
-    int16_t count = -5;
-    EXPECT_EQ(ParseBytes(c.text, c.form, c.width, out, count, c.pair), c.status);
-    EXPECT_EQ(out, c.bytes);
-    EXPECT_EQ(count, static_cast<int16_t>(c.bytes.size()));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Forms, ParseBytesTest,
-    ::testing::Values(
-        // decimal
-        ParseCase{"1 22 255", kDecimal, 1, false, kParseOk, {1, 22, 255}},
-        ParseCase{"  7   8 ", kDecimal, 1, false, kParseOk, {7, 8}},
-        ParseCase{"", kDecimal, 1, false, kParseOk, {}},
-        ParseCase{"1 256 3", kDecimal, 1, false, kParseMismatch, {1}},
-        ParseCase{"0001", kDecimal, 1, false, kParseMismatch, {}},
-        ParseCase{"-1", kDecimal, 1, false, kParseMismatch, {}},
-        ParseCase{"1.5", kDecimal, 1, false, kParseMismatch, {}},
-        ParseCase{"300", kDecimal, 2, false, kParseMismatch, {}},  // width 2 alone: bytes
-        // decimal pairs
-        ParseCase{"300 65535", kDecimal, 2, true, kParseOk, {1, 44, 255, 255}},
-        ParseCase{"7", kDecimal, 2, true, kParseOk, {0, 7}},
-        ParseCase{"65536", kDecimal, 2, true, kParseMismatch, {}},
-        ParseCase{"100000", kDecimal, 2, true, kParseMismatch, {}},
-        ParseCase{"300", kDecimal, 1, true, kParseMismatch, {}},  // width 1: bytes
-        // hex
-        ParseCase{"0x01 0XaB 0xf", kHex, 1, false, kParseOk, {1, 171, 15}},
-        ParseCase{"&H1F", kHex, 1, false, kParseOk, {31}},
-        ParseCase{"0x01 0x123", kHex, 1, false, kParseMismatch, {1}},
-        ParseCase{"01", kHex, 1, false, kParseMismatch, {}},
-        ParseCase{"0x", kHex, 1, false, kParseMismatch, {}},
-        ParseCase{"0xG1", kHex, 1, false, kParseMismatch, {}},
-        // binary
-        ParseCase{"00000001 10101011", kBinary, 1, false, kParseOk, {1, 171}},
-        ParseCase{"1010101", kBinary, 1, false, kParseMismatch, {}},
-        ParseCase{"11111111 101010102", kBinary, 1, false, kParseMismatch, {255}},
-        // characters
-        ParseCase{"Aä €", kCharacters, 1, false, kParseOk, {65, 228, 32, 128}},
-        ParseCase{"", kCharacters, 1, false, kParseEmpty, {}},
-        // unknown form
-        ParseCase{"1", 9, 1, false, kParseMismatch, {}}));
-
-TEST(ParseBytes, CommaInAHexFieldIsAConversionError) {
+TEST(ParseBytes, StatusAndAcceptedBytes) {
+    // text, form, width, pair -> status (0 ok, 1 empty, 2 mismatch) and the bytes accepted
+    // before the first bad field. Only width 2 with the pair flag reads 16-bit numbers.
+    const std::tuple<const char*, int, int, int, int, const char*> cases[] = {
+        {"0001", 0, 1, 0, 2, ""},  {"1 22 255", 0, 1, 0, 0, "1 22 255"},
+        {"-1", 0, 1, 0, 2, ""},    {"  7   8 ", 0, 1, 0, 0, "7 8"},
+        {"", 0, 1, 0, 0, ""},      {"1 256 3", 0, 1, 0, 2, "1"},
+        {"300", 0, 2, 0, 2, ""},   {"300 65535", 0, 2, 1, 0, "1 44 255 255"},
+        {"300", 0, 1, 1, 2, ""},   {"100000", 0, 2, 1, 2, ""},
+        {"7", 0, 2, 1, 0, "0 7"},  {"0x01 0XaB 0xf", 1, 1, 0, 0, "1 171 15"},
+        {"65536", 0, 2, 1, 2, ""}, {"&H1F", 1, 1, 0, 0, "31"},
+        {"01", 1, 1, 0, 2, ""},    {"0x01 0x123", 1, 1, 0, 2, "1"},
+        {"0x", 1, 1, 0, 2, ""},    {"00000001 10101011", 2, 1, 0, 0, "1 171"},
+        {"0xG1", 1, 1, 0, 2, ""},  {"1010101", 2, 1, 0, 2, ""},
+        {"", 3, 1, 0, 1, ""},      {"11111111 101010102", 2, 1, 0, 2, "255"},
+        {"1", 9, 1, 0, 2, ""},     {"Aä €", 3, 1, 0, 0, "65 228 32 128"}};
+    for (auto [text, form, width, pair, status, bytes] : cases) {
+        Values out{99, 99};
+        int16_t count = -5;
+        EXPECT_EQ(ParseBytes(text, form, width, out, count, pair), status) << text;
+        EXPECT_EQ(Text(out), bytes) << text;
+        EXPECT_EQ(count, static_cast<int16_t>(out.size())) << text;
+    }
+    // The comma belongs to the hex field pattern, so "0x1," matches and then fails to convert.
     Values out;
     int16_t count = 0;
-    EXPECT_EQ(ErrorOf([&] { ParseBytes("0x1,", kHex, 1, out, count, false); }),
-              vberr::TypeMismatch);
+    EXPECT_EQ(ErrorOf([&] { ParseBytes("0x1,", kHex, 1, out, count, false); }), 13);
 }
 
-TEST(ParseBytes, RoundTripsWithFormatBytes) {
-    const Values bytes{0, 1, 127, 128, 200, 255};
-    for (int form : {kDecimal, kHex, kBinary}) {
-        Values out;
-        int16_t count = 0;
-        const std::string text = FormatBytes(bytes, form, "0x");
-        EXPECT_EQ(ParseBytes(text, form, 1, out, count, false), kParseOk) << text;
-        EXPECT_EQ(out, bytes) << text;
+TEST(CycleTime, EncodeAndDecode) {
+    const std::pair<double, int16_t> exact[] = {
+        {0.0, 0},    {2.3, 23},   {6.3, 63},    {6.4, 64},    {10.0, 73},
+        {32.0, 128}, {33.6, 129}, {134.4, 192}, {140.8, 193}, {537.6, 255}};
+    for (auto [ms, code] : exact) {
+        EXPECT_EQ(EncodeCycleTime(ms), code) << ms;
+        EXPECT_NEAR(DecodeCycleTime(code), ms, 1e-9) << code;
     }
-}
-
-TEST(CycleTime, EncodesByRange) {
-    const std::pair<double, int16_t> cases[] = {
-        {2.3, 23},    {10.0, 73},   {6.4, 64},    {0.0, 0},     {6.5, 64},
-        {6.6, 64},    {6.8, 65},    {32.0, 128},  {33.6, 129},  {134.4, 192},
-        {140.8, 193}, {537.6, 255}, {537.0, 255}, {544.0, 256}, {-0.3, -3}};
-    for (auto [ms, code] : cases) EXPECT_EQ(EncodeCycleTime(ms), code) << ms;
+    // Between the steps halves go to the even code (6.6 is 64.5, 7.0 is 65.5); nothing is
+    // clamped, and a code too large for 16 bits overflows.
+    const std::pair<double, int16_t> between[] = {
+        {0.25, 2},   {6.5, 64},    {6.6, 64},    {7.0, 66},    {6.8, 65}, {32.8, 128},
+        {34.4, 130}, {137.6, 192}, {537.0, 255}, {544.0, 256}, {-0.3, -3}};
+    for (auto [ms, code] : between) EXPECT_EQ(EncodeCycleTime(ms), code) << ms;
     EXPECT_EQ(ErrorOf([] { EncodeCycleTime(1e6); }), vberr::Overflow);
-}
-
-TEST(CycleTime, DecodesByTimeBase) {
-    const std::pair<int32_t, double> cases[] = {{0, 0.0},     {23, 2.3},   {63, 6.3},
-                                                {64, 6.4},    {73, 10.0},  {128, 32.0},
-                                                {192, 134.4}, {255, 537.6}};
-    for (auto [code, ms] : cases) EXPECT_NEAR(DecodeCycleTime(code), ms, 1e-9) << code;
-    // Every code survives the way back.
     for (int code = 0; code < 256; ++code)
         EXPECT_EQ(EncodeCycleTime(DecodeCycleTime(code)), code) << code;
 }
 
 TEST(CheckNumber, AcceptsEitherDecimalSeparatorUpToTheBound) {
-    struct Case {
-        const char* text;
-        bool ok;
-        double value;
-    };
-    const Case cases[] = {{"537", true, 537},    {"537.0", true, 537}, {"537,0", true, 537},
-                          {"5,4", true, 5.4},    {" 5.4 ", true, 5.4}, {",5", true, 0.5},
-                          {"-3", true, -3},      {"537.1", false, 0},  {"537,01", false, 0},
-                          {"", false, 0},        {",", false, 0},      {".", false, 0},
-                          {"1.000,5", false, 0}, {"1e2", false, 0},    {"&H10", false, 0},
-                          {"12a", false, 0},     {"- 1", false, 0}};
-    for (const Case& c : cases) {
+    const std::pair<const char*, double> accepted[] = {{"537", 537}, {"537.0", 537}, {"537,0", 537},
+                                                       {"5,4", 5.4}, {" 5.4 ", 5.4}, {",5", 0.5},
+                                                       {"-3", -3}};
+    for (auto [text, value] : accepted) {
         double v = -1;
-        EXPECT_EQ(CheckNumber(c.text, 537.0, &v), c.ok) << c.text;
-        if (c.ok) {
-            EXPECT_DOUBLE_EQ(v, c.value) << c.text;
-        }
+        EXPECT_TRUE(CheckNumber(text, 537.0, &v)) << text;
+        EXPECT_DOUBLE_EQ(v, value) << text;
     }
+    for (const char* text :
+         {"537.1", "537,01", "", ",", ".", "1.000,5", "1e2", "&H10", "12a", "- 1"})
+        EXPECT_FALSE(CheckNumber(text, 537.0)) << text;
     EXPECT_TRUE(CheckNumber("12", 537.0));  // the value is optional
 }
 
 TEST(ParseIndex, DecimalAndHexAgainstTheMaximum) {
-    struct Case {
-        const char* text;
-        int32_t max;
-        bool ok;
-        int32_t value;
-    };
-    const Case cases[] = {
-        {"32767", 32767, true, 32767},  {"32768", 32767, false, 0},  {"0", 32767, true, 0},
-        {"00016", 32767, true, 16},     {"000016", 32767, false, 0}, {"255", 255, true, 255},
-        {"256", 255, false, 0},         {"0255", 255, false, 0},     {"0x10", 32767, true, 16},
-        {"0X7fff", 32767, true, 32767}, {"0x8000", 32767, false, 0}, {"0x00010", 32767, false, 0},
-        {"0xFF", 255, true, 255},       {"0x0FF", 255, false, 0},    {"0x", 255, false, 0},
-        {"0xG", 255, false, 0},         {"", 255, false, 0},         {"  ", 255, false, 0},
-        {" 16 ", 255, true, 16},        {"-1", 255, false, 0},       {"+1", 255, false, 0},
-        {"1.0", 255, false, 0},         {"&H10", 255, false, 0}};
-    for (const Case& c : cases) {
+    // text, max -> value; -7 means rejected (and the value left alone).
+    const std::tuple<const char*, int32_t, int32_t> cases[] = {
+        {"32767", 32767, 32767},  {"32768", 32767, -7},  {"0", 32767, 0},
+        {"00016", 32767, 16},     {"000016", 32767, -7}, {"255", 255, 255},
+        {"256", 255, -7},         {"0255", 255, -7},     {"0x10", 32767, 16},
+        {"0X7fff", 32767, 32767}, {"0x8000", 32767, -7}, {"0x00010", 32767, -7},
+        {"0xFF", 255, 255},       {"0x0FF", 255, -7},    {"0x", 255, -7},
+        {"0xG", 255, -7},         {"", 255, -7},         {"  ", 255, -7},
+        {" 16 ", 255, 16},        {"-1", 255, -7},       {"+1", 255, -7},
+        {"1.0", 255, -7},         {"&H10", 255, -7}};
+    for (auto [text, max, value] : cases) {
         int32_t v = -7;
-        EXPECT_EQ(ParseIndex(c.text, c.max, v), c.ok) << c.text << " max " << c.max;
-        EXPECT_EQ(v, c.ok ? c.value : -7) << c.text;
+        EXPECT_EQ(ParseIndex(text, max, v), value != -7) << text << " max " << max;
+        EXPECT_EQ(v, value) << text;
     }
 }
 

@@ -31,7 +31,7 @@ struct InventoryRecord {
 };
 
 class Services {
-public:
+  public:
     virtual ~Services() = default;
     // Shows a message box; returns the answer (msgbox::Answer*).
     virtual int MsgBox(const std::string& text, int style, const std::string& title) = 0;
