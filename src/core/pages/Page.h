@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "ui/Control.h"
+#include "ui/Services.h"
 
 namespace kestrova {
 
@@ -13,7 +14,14 @@ class ClsGUI;
 
 class Page : public ui::UserControl {
   public:
-    using ui::UserControl::UserControl;
+    // Design-time size of every page: the inside of the page frame at the control's first size.
+    static constexpr int32_t kWidth = 7825;
+    static constexpr int32_t kHeight = 5535;
+
+    Page(ui::Services& services, std::string name) : ui::UserControl(std::move(name)) {
+        SetClock(&services.GetClock());
+        Move(0, 0, kWidth, kHeight);
+    }
 
     // With a binding the page stores it and starts; with none it stops and lets go of it.
     virtual void RefreshContents(ClsGUI* gui) = 0;
@@ -25,6 +33,16 @@ class Page : public ui::UserControl {
     std::function<void(bool force, int32_t state, bool present)> CheckProduct;
     // Third event: a single boolean (the page is about to read, or is active in a state).
     std::function<void(bool value)> Activity;
+
+  protected:
+    // The page title across the top, in bold, the same on every page.
+    ui::Control& AddTitle(std::string name, std::string caption) {
+        ui::Control& title =
+            AddAt(ui::Kind::Label, std::move(name), 120, 60, 7590, 300, std::move(caption));
+        title.SetFontBold(true);
+        title.SetFontSize(9.75);
+        return title;
+    }
 };
 
 }  // namespace kestrova

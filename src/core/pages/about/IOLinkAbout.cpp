@@ -44,29 +44,20 @@ bool NoMaster(const std::string& productId) {
 }  // namespace
 
 IOLinkAbout::IOLinkAbout(ui::Services& services, std::string name)
-    : Page(std::move(name)), services_(services) {
-    SetClock(&services.GetClock());
-    Move(0, 0, 7825, 5535);
-
+    : Page(services, std::move(name)), services_(services) {
     auto label = [this](const char* n, int32_t l, int32_t t, int32_t w, int32_t h,
                         const char* caption = "") -> ui::Control& {
         return AddAt(ui::Kind::Label, n, l, t, w, h, caption);
     };
-    ui::Control& title = label("Label1", 120, 60, 6600, 375, "About");
-    title.SetFontBold(true);
-    title.SetFontSize(12);
+    AddTitle("Label1", "About");
 
-    ui::Control& frame1 = AddControl(ui::Kind::Frame, "Frame1");
-    frame1.Move(120, 540, 6600, 1200);
-    frame1.SetCaption("DTM Identification");
+    AddAt(ui::Kind::Frame, "Frame1", 120, 540, 6600, 1200, "DTM Identification");
     label("Label3", 360, 870, 1800, 255, "DTM Version");
     label("Label6", 2280, 870, 4200, 255);
     label("Label4", 360, 1230, 1800, 255, "Date");
     label("Label7", 2280, 1230, 4200, 255);
 
-    ui::Control& frame2 = AddControl(ui::Kind::Frame, "Frame2");
-    frame2.Move(120, 1920, 6600, 1680);
-    frame2.SetCaption("Vendor information");
+    AddAt(ui::Kind::Frame, "Frame2", 120, 1920, 6600, 1680, "Vendor information");
     label("Label5", 360, 2250, 1800, 255, "Device");
     label("LabelVendor", 2280, 2250, 4200, 510);
     label("LabelService", 2280, 2850, 4200, 255);

@@ -6,25 +6,19 @@
 namespace kestrova::pages {
 
 PollingPage::PollingPage(ui::Services& services, std::string name, const LabelText& title)
-    : Page(std::move(name)),
+    : Page(services, std::move(name)),
       title_(title),
       communication_(Add<IOLinkCommunication>(services, "IOLinkCommunication1")),
       events_(Add<UCEventData>(services, "UCEventData1")),
       timer_(AddControl(ui::Kind::Timer, "Timer1")) {
-    SetClock(&services.GetClock());
     // The page's own panel sits at the top left, the communication panel beside it and the
     // event list along the bottom.
-    Move(0, 0, 7825, 5535);
     communication_.Move(3880, 420, communication_.Width(), communication_.Height());
     events_.Move(120, 3090, events_.Width(), events_.Height());
     timer_.SetEnabled(false);
     timer_.SetInterval(kInterval);
 
-    auto& label = AddControl(ui::Kind::Label, "Label1");
-    label.Move(120, 60, 7590, 300);
-    label.SetCaption(title.English);
-    label.SetFontBold(true);
-    label.SetFontSize(9.75);
+    AddTitle("Label1", title.English);
 
     timer_.OnTimer = [this] { Tick(); };
     communication_.ChangeTimer = [this](bool enable) { PanelEvent(enable); };

@@ -48,21 +48,15 @@ const char* const kValueFields[] = {
 }  // namespace
 
 UCDeviceInfo::UCDeviceInfo(ui::Services& services, std::string name)
-    : Page(std::move(name)),
+    : Page(services, std::move(name)),
       communication_(Add<IOLinkCommunication>(services, "IOLinkCommunication1")),
       timer_(AddControl(ui::Kind::Timer, "Timer1")) {
     using ui::Kind;
-    SetClock(&services.GetClock());
-    Move(0, 0, 7825, 5535);
     communication_.Move(3880, 2040, communication_.Width(), communication_.Height());
     timer_.SetEnabled(false);
     timer_.SetInterval(kInterval);
 
-    auto& title = AddControl(Kind::Label, "Label1");
-    title.Move(120, 60, 7590, 300);
-    title.SetCaption("Connected Device");
-    title.SetFontBold(true);
-    title.SetFontSize(9.75);
+    AddTitle("Label1", "Connected Device");
 
     auto caption = [this](const char* name, const char* text, int32_t left, int32_t top,
                           int32_t width) -> ui::Control& {

@@ -39,21 +39,14 @@ bool InUseState(int16_t state) {
 }  // namespace
 
 UCGeneral::UCGeneral(ui::Services& services, std::string name)
-    : Page(std::move(name)), services_(services) {
-    SetClock(&services.GetClock());
-    Move(0, 0, 7825, 5535);
-
+    : Page(services, std::move(name)), services_(services) {
     auto label = [this](const char* n, int32_t l, int32_t t, int32_t w, int32_t h,
                         const char* caption = "") -> ui::Control& {
         return AddAt(ui::Kind::Label, n, l, t, w, h, caption);
     };
-    ui::Control& title = label("Information", 120, 60, 6600, 375, "General Information");
-    title.SetFontBold(true);
-    title.SetFontSize(12);
+    AddTitle("Information", "General Information");
 
-    ui::Control& frame1 = AddControl(ui::Kind::Frame, "Frame1");
-    frame1.Move(120, 540, 6600, 1560);
-    frame1.SetCaption("Information");
+    AddAt(ui::Kind::Frame, "Frame1", 120, 540, 6600, 1560, "Information");
     label("Label2", 360, 870, 1500, 255, "Master");
     label("Label15", 1980, 870, 4560, 255);
     label("Label3", 360, 1230, 1500, 255, "Part Number");
@@ -61,9 +54,7 @@ UCGeneral::UCGeneral(ui::Services& services, std::string name)
     label("Label4", 360, 1590, 1500, 255, "Revision");
     label("Label13", 1980, 1590, 4560, 255);
 
-    ui::Control& frame2 = AddControl(ui::Kind::Frame, "Frame2");
-    frame2.Move(120, 2280, 6600, 1560);
-    frame2.SetCaption("USB Communication");
+    AddAt(ui::Kind::Frame, "Frame2", 120, 2280, 6600, 1560, "USB Communication");
     label("Label7", 360, 2670, 1500, 255, "Port");
     combo_ = &AddControl(ui::Kind::ComboBox, "CBComPorts");
     combo_->Move(1980, 2610, 2400, 315);
