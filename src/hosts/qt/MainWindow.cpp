@@ -11,10 +11,8 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QResizeEvent>
-#include <QScreen>
 #include <QUuid>
 #include <algorithm>
-#include <cmath>
 #include <stdexcept>
 
 #include "Renderer.h"
@@ -140,8 +138,7 @@ MainWindow::MainWindow(const AppOptions& options, QWidget* parent)
     bridge_ = std::make_shared<FrameBridge>(sim_, this);
     services_.SetParentWindow(this);
 
-    const QScreen* screen = QGuiApplication::primaryScreen();
-    dpi_ = screen && screen->logicalDotsPerInch() > 0 ? screen->logicalDotsPerInch() : 96.0;
+    dpi_ = LogicalDpi();
 
     host_ = new QWidget(this);
     host_->installEventFilter(this);
@@ -156,8 +153,7 @@ MainWindow::~MainWindow() {
 }
 
 QSize MainWindow::HostSizeFor(int32_t widthTwips, int32_t heightTwips) const {
-    return QSize(static_cast<int>(std::lround(widthTwips * dpi_ / 1440.0)),
-                 static_cast<int>(std::lround(heightTwips * dpi_ / 1440.0)));
+    return QSize(TwipsToPx(widthTwips, dpi_), TwipsToPx(heightTwips, dpi_));
 }
 
 bool MainWindow::OpenDtm(int functionId, int locale) {
@@ -181,10 +177,6 @@ bool MainWindow::OpenDtm(int functionId, int locale) {
     }
     // Rendered once the control has built its start page: one pass instead of many updates.
     renderer_ = std::make_unique<Renderer>(*dtm_, host_, dpi_);
-    renderer_->OnError = [](const std::string& message) {
-        qWarning("kestrova: %s", message.c_str());
-    };
-    ++opened_;
     UpdateChecks();
     UpdateTitle();
     if (!ok) ReportError("The control did not open the " + FunctionName(functionId) + " function.");
@@ -205,11 +197,8 @@ void MainWindow::CloseDtm() {
 void MainWindow::FitDtmToHost() {
     // Before the window is shown the control keeps its design size; showing sizes it.
     if (!dtm_ || !host_->isVisible() || host_->width() <= 0 || host_->height() <= 0) return;
-    const auto twips = [this](int px) {
-        return static_cast<int32_t>(std::lround(px * 1440.0 / dpi_));
-    };
     try {
-        dtm_->Move(0, 0, twips(host_->width()), twips(host_->height()));
+        dtm_->Move(0, 0, PxToTwips(host_->width(), dpi_), PxToTwips(host_->height(), dpi_));
     } catch (const std::exception& e) {
         qWarning("kestrova: resize: %s", e.what());
     }

@@ -81,7 +81,6 @@ class MainWindow : public QMainWindow {
     int functionId_ = 0;
     int locale_ = 0;
     std::string port_;
-    int opened_ = 0;
     std::unique_ptr<DTMGUI> dtm_;
     std::unique_ptr<Renderer> renderer_;  // declared after dtm_: goes first
 

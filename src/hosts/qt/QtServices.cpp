@@ -38,47 +38,37 @@ std::vector<std::pair<QString, QString>> FilterPairs(const std::string& filter) 
 }
 }  // namespace
 
-QMessageBox::StandardButtons MsgBoxButtons(int style) {
+namespace {
+// The buttons of a style's button set (its low bits), left to right.
+QList<QMessageBox::StandardButton> ButtonOrder(int style) {
+    using B = QMessageBox;
     switch (style & 7) {
         case 1:
-            return QMessageBox::Ok | QMessageBox::Cancel;
+            return {B::Ok, B::Cancel};
         case 2:
-            return QMessageBox::Abort | QMessageBox::Retry | QMessageBox::Ignore;
+            return {B::Abort, B::Retry, B::Ignore};
         case 3:
-            return QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel;
+            return {B::Yes, B::No, B::Cancel};
         case 4:
-            return QMessageBox::Yes | QMessageBox::No;
+            return {B::Yes, B::No};
         case 5:
-            return QMessageBox::Retry | QMessageBox::Cancel;
+            return {B::Retry, B::Cancel};
         default:
-            return QMessageBox::Ok;
+            return {B::Ok};
     }
+}
+}  // namespace
+
+QMessageBox::StandardButtons MsgBoxButtons(int style) {
+    QMessageBox::StandardButtons buttons;
+    for (QMessageBox::StandardButton b : ButtonOrder(style)) buttons |= b;
+    return buttons;
 }
 
 QMessageBox::StandardButton MsgBoxDefault(int style) {
     // Bits 8 and 9 pick the second or third button as the default.
-    const int which = (style >> 8) & 3;
-    QList<QMessageBox::StandardButton> order;
-    switch (style & 7) {
-        case 1:
-            order = {QMessageBox::Ok, QMessageBox::Cancel};
-            break;
-        case 2:
-            order = {QMessageBox::Abort, QMessageBox::Retry, QMessageBox::Ignore};
-            break;
-        case 3:
-            order = {QMessageBox::Yes, QMessageBox::No, QMessageBox::Cancel};
-            break;
-        case 4:
-            order = {QMessageBox::Yes, QMessageBox::No};
-            break;
-        case 5:
-            order = {QMessageBox::Retry, QMessageBox::Cancel};
-            break;
-        default:
-            order = {QMessageBox::Ok};
-    }
-    return order.value(which, order.front());
+    const QList<QMessageBox::StandardButton> order = ButtonOrder(style);
+    return order.value((style >> 8) & 3, order.front());
 }
 
 QMessageBox::Icon MsgBoxIcon(int style) {

@@ -37,7 +37,6 @@ class QtServices : public ui::Services {
 
     // The window dialogs belong to.
     void SetParentWindow(QWidget* window) { parent_ = window; }
-    QWidget* ParentWindow() const { return parent_; }
 
     int MsgBox(const std::string& text, int style, const std::string& title) override;
     std::string ShowSave(const std::string& filter, const std::string& defaultName) override;

@@ -40,104 +40,27 @@ using ui::Prop;
 
 QColor ToQColor(ui::Color color, const QPalette& palette) {
     if (color & 0x80000000u) {
-        // The Windows system colour indices, matched to the nearest palette role.
+        // The Windows system colour indices, each matched to the nearest palette role.
         using R = QPalette::ColorRole;
-        R role = R::Window;
-        QPalette::ColorGroup group = QPalette::Active;
-        switch (color & 0xFFu) {
-            case 0:
-                role = R::Mid;
-                break;  // scroll bar
-            case 1:
-                role = R::Dark;
-                break;  // desktop
-            case 2:
-                role = R::Highlight;
-                break;  // active caption
-            case 3:
-                role = R::Mid;
-                break;  // inactive caption
-            case 4:
-                role = R::Window;
-                break;  // menu
-            case 5:
-                role = R::Base;
-                break;  // window
-            case 6:
-                role = R::Shadow;
-                break;  // window frame
-            case 7:
-                role = R::WindowText;
-                break;  // menu text
-            case 8:
-                role = R::Text;
-                break;  // window text
-            case 9:
-                role = R::HighlightedText;
-                break;  // caption text
-            case 10:    // active border
-            case 11:
-                role = R::Window;
-                break;  // inactive border
-            case 12:
-                role = R::Mid;
-                break;  // application workspace
-            case 13:
-                role = R::Highlight;
-                break;  // highlight
-            case 14:
-                role = R::HighlightedText;
-                break;  // highlighted text
-            case 15:
-                role = R::Window;
-                break;  // button face
-            case 16:
-                role = R::Dark;
-                break;  // button shadow
-            case 17:    // grey text
-                role = R::Text;
-                group = QPalette::Disabled;
-                break;
-            case 18:
-                role = R::ButtonText;
-                break;  // button text
-            case 19:    // inactive caption text
-                role = R::WindowText;
-                group = QPalette::Disabled;
-                break;
-            case 20:
-                role = R::Light;
-                break;  // button highlight
-            case 21:
-                role = R::Shadow;
-                break;  // 3D dark shadow
-            case 22:
-                role = R::Midlight;
-                break;  // 3D light
-            case 23:
-                role = R::ToolTipText;
-                break;  // info text
-            case 24:
-                role = R::ToolTipBase;
-                break;  // info background
-            case 26:
-                role = R::Link;
-                break;  // hot-tracked item
-            case 27:
-                role = R::Highlight;
-                break;  // gradient active caption
-            case 28:
-                role = R::Mid;
-                break;  // gradient inactive caption
-            case 29:
-                role = R::Highlight;
-                break;  // menu highlight
-            case 30:
-                role = R::Window;
-                break;  // menu bar
-            default:
-                role = R::Window;
-        }
+        constexpr QPalette::ColorGroup A = QPalette::Active, D = QPalette::Disabled;
+        static constexpr std::pair<QPalette::ColorGroup, R> kSystem[] = {
+            // clang-format off
+            {A, R::Mid}, {A, R::Dark}, {A, R::Highlight},        // 0 scroll bar, desktop, caption
+            {A, R::Mid}, {A, R::Window}, {A, R::Base},           // 3 inactive caption, menu, window
+            {A, R::Shadow}, {A, R::WindowText}, {A, R::Text},    // 6 frame, menu text, window text
+            {A, R::HighlightedText}, {A, R::Window}, {A, R::Window},  // 9 caption text, borders
+            {A, R::Mid}, {A, R::Highlight}, {A, R::HighlightedText},  // 12 workspace, highlight
+            {A, R::Window}, {A, R::Dark}, {D, R::Text},          // 15 button face, shadow, grey text
+            {A, R::ButtonText}, {D, R::WindowText}, {A, R::Light},    // 18 ..., button highlight
+            {A, R::Shadow}, {A, R::Midlight}, {A, R::ToolTipText},    // 21 3D dark, 3D light, info
+            {A, R::ToolTipBase}, {A, R::Window}, {A, R::Link},   // 24 info back, -, hot track
+            {A, R::Highlight}, {A, R::Mid}, {A, R::Highlight},   // 27 gradients, menu highlight
+            {A, R::Window},                                      // 30 menu bar
+            // clang-format on
+        };
+        const size_t index = color & 0xFFu;
+        const auto [group, role] =
+            index < std::size(kSystem) ? kSystem[index] : std::pair{A, R::Window};
         return palette.color(group, role);
     }
     return QColor(static_cast<int>(color & 0xFF), static_cast<int>((color >> 8) & 0xFF),
@@ -156,6 +79,20 @@ QString LabelText(const std::string& caption) {
         }
     }
     return QString::fromStdString(shown);
+}
+
+double LogicalDpi(const QScreen* screen) {
+    if (!screen) screen = QGuiApplication::primaryScreen();
+    const double dpi = screen ? screen->logicalDotsPerInch() : 0;
+    return dpi > 0 ? dpi : 96.0;
+}
+
+int TwipsToPx(int32_t twips, double dpi) {
+    return static_cast<int>(std::lround(static_cast<double>(twips) * dpi / 1440.0));
+}
+
+int32_t PxToTwips(int px, double dpi) {
+    return static_cast<int32_t>(std::lround(static_cast<double>(px) * 1440.0 / dpi));
 }
 
 QPixmap LoadPicture(const std::string& name) {
@@ -234,11 +171,7 @@ void SetItemColors(QTreeWidgetItem* item, int columns, const ui::TreeNode& node,
 // --- construction ---
 
 Renderer::Renderer(Control& root, QWidget* parent, double dpi) : root_(root), dpi_(dpi) {
-    if (dpi_ <= 0) {
-        const QScreen* screen = parent ? parent->screen() : QGuiApplication::primaryScreen();
-        dpi_ = screen ? screen->logicalDotsPerInch() : 96.0;
-        if (dpi_ <= 0) dpi_ = 96.0;
-    }
+    if (dpi_ <= 0) dpi_ = LogicalDpi(parent ? parent->screen() : nullptr);
     OnError = [](const std::string& message) { qWarning("kestrova: %s", message.c_str()); };
 
     if (!root_.GetClock()) {
@@ -267,16 +200,16 @@ QWidget* Renderer::RootWidget() const {
 }
 
 QWidget* Renderer::WidgetFor(const Control& control) const {
-    auto it = entries_.find(&control);
-    return it == entries_.end() ? nullptr : it->second.widget;
+    auto it = widgets_.find(&control);
+    return it == widgets_.end() ? nullptr : it->second;
 }
 
 int Renderer::ToPx(int32_t twips) const {
-    return static_cast<int>(std::lround(static_cast<double>(twips) * dpi_ / 1440.0));
+    return TwipsToPx(twips, dpi_);
 }
 
 int32_t Renderer::ToTwips(int px) const {
-    return static_cast<int32_t>(std::lround(static_cast<double>(px) * 1440.0 / dpi_));
+    return PxToTwips(px, dpi_);
 }
 
 QWidget* Renderer::Create(Control& c, QWidget* parent) {
@@ -362,7 +295,7 @@ QWidget* Renderer::Create(Control& c, QWidget* parent) {
             w = new StatusBarWidget(parent);
             break;
     }
-    entries_[&c] = Entry{w};
+    widgets_[&c] = w;
     if (!w) return nullptr;
     byWidget_[w] = &c;
     std::string name = c.Name();
@@ -393,12 +326,12 @@ void Renderer::Rescan() {
     std::function<void(Control&, QWidget*)> scan = [&](Control& c, QWidget* w) {
         bool added = false;
         for (const auto& child : c.Children()) {
-            auto it = entries_.find(child.get());
-            if (it == entries_.end()) {
+            auto it = widgets_.find(child.get());
+            if (it == widgets_.end()) {
                 Create(*child, w);
                 added = true;
             } else {
-                scan(*child, it->second.widget ? it->second.widget : w);
+                scan(*child, it->second ? it->second : w);
             }
         }
         if (added) Restack(c);
@@ -409,12 +342,12 @@ void Renderer::Rescan() {
 
 void Renderer::Recreate(Control& control) {
     // A text box switching between one and several lines changes widget class.
-    auto it = entries_.find(&control);
-    if (it == entries_.end() || !it->second.widget) return;
-    QWidget* old = it->second.widget;
+    auto it = widgets_.find(&control);
+    if (it == widgets_.end() || !it->second) return;
+    QWidget* old = it->second;
     QWidget* parent = old->parentWidget();
     byWidget_.erase(old);
-    entries_.erase(it);
+    widgets_.erase(it);
     ++applying_;
     delete old;
     --applying_;
@@ -425,11 +358,13 @@ void Renderer::Recreate(Control& control) {
 // --- applying model state ---
 
 void Renderer::ApplyAll(Control& c) {
+    // One property of each group Apply handles together: Caption shows the text, value,
+    // picture and list as well, Left the whole box, BackColor all colours. The font comes
+    // before the text, since a label's box depends on both.
     static constexpr Prop kAll[] = {
-        Prop::FontSize, Prop::BackColor,     Prop::Caption,   Prop::Text,   Prop::Value,
-        Prop::List,     Prop::Picture,       Prop::Shape,     Prop::Locked, Prop::ToolTipText,
-        Prop::Nodes,    Prop::ColumnHeaders, Prop::ListItems, Prop::Panels, Prop::Left,
-        Prop::Enabled,  Prop::Visible,
+        Prop::FontSize,    Prop::BackColor, Prop::Caption,       Prop::Shape,     Prop::Locked,
+        Prop::ToolTipText, Prop::Nodes,     Prop::ColumnHeaders, Prop::ListItems, Prop::Panels,
+        Prop::Left,        Prop::Enabled,   Prop::Visible,
     };
     for (Prop p : kAll) Apply(c, p);
 }
@@ -535,10 +470,7 @@ int DialogFontStretch(const QFont& base) {
     const QString letters = QStringLiteral("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz");
     QFont font = base;
     font.setPointSizeF(8.25);
-    const QScreen* screen = QGuiApplication::primaryScreen();
-    const double dpi =
-        screen && screen->logicalDotsPerInch() > 0 ? screen->logicalDotsPerInch() : 96;
-    const double target = 5.6 * dpi / 96.0;
+    const double target = 5.6 * LogicalDpi() / 96.0;
     auto average = [&](int stretch) {
         font.setStretch(stretch);
         return QFontMetricsF(font).horizontalAdvance(letters) / letters.size();
@@ -747,10 +679,9 @@ void Renderer::ApplyRows(Control& c, QWidget* w) {
 }
 
 void Renderer::OnModelChange(Control& c, Prop prop) {
-    auto it = entries_.find(&c);
-    if (it == entries_.end()) {
+    if (!widgets_.count(&c)) {
         Rescan();  // a control added to the model after rendering
-        if (!entries_.count(&c)) return;
+        if (!widgets_.count(&c)) return;
     }
     if (c.GetKind() == Kind::Timer) {
         if (prop == Prop::Interval || prop == Prop::Enabled) ScheduleTimers();

@@ -21,6 +21,7 @@ class QWidget;
 class QPalette;
 class QColor;
 class QFont;
+class QScreen;
 
 namespace kestrova::qt {
 
@@ -37,6 +38,12 @@ QString LabelText(const std::string& caption);
 // font the layouts in twips were made for; 100 when it is not wider.
 int DialogFontStretch(const QFont& font);
 
+// The logical DPI of the screen (the primary one when null); 96 when it cannot be told.
+double LogicalDpi(const QScreen* screen = nullptr);
+// Twips (1/1440 inch) and pixels at a DPI, rounded.
+int TwipsToPx(int32_t twips, double dpi);
+int32_t PxToTwips(int px, double dpi);
+
 // The image resource of a Picture name (":/images/<name>.png"); a null pixmap when there is none.
 QPixmap LoadPicture(const std::string& name);
 
@@ -52,14 +59,9 @@ class Renderer : public QObject {
     QWidget* RootWidget() const;
     // The widget of a control (null for timers and for controls not rendered).
     QWidget* WidgetFor(const ui::Control& control) const;
-    ui::Control& Root() const { return root_; }
 
-    double Dpi() const { return dpi_; }
     int ToPx(int32_t twips) const;
     int32_t ToTwips(int px) const;
-
-    // Creates widgets for controls added to the model since the last scan.
-    void Rescan();
 
     // Time left until the timer driver wakes up next, in ms; -1 when no model timer is armed.
     int TimerRemaining() const;
@@ -72,14 +74,12 @@ class Renderer : public QObject {
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
-    struct Entry {
-        QWidget* widget = nullptr;  // null for timers
-    };
-
     QWidget* Create(ui::Control& control, QWidget* parent);
     void CreateChildren(ui::Control& control, QWidget* widget);
     void Restack(ui::Control& container);
     void Recreate(ui::Control& control);
+    // Creates widgets for controls added to the model since the last scan.
+    void Rescan();
     void ApplyAll(ui::Control& control);
     void Apply(ui::Control& control, ui::Prop prop);
     void ApplyGeometry(ui::Control& control, QWidget* widget);
@@ -102,7 +102,7 @@ class Renderer : public QObject {
 
     ui::Control& root_;
     double dpi_;
-    std::unordered_map<const ui::Control*, Entry> entries_;
+    std::unordered_map<const ui::Control*, QWidget*> widgets_;  // null for timers
     std::unordered_map<const QObject*, ui::Control*> byWidget_;
     QWidget* rootWidget_ = nullptr;
     int observer_ = 0;

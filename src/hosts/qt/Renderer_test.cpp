@@ -55,15 +55,6 @@ class RendererTest : public ::testing::Test {
     std::unique_ptr<Renderer> renderer;  // destroyed before root
 };
 
-// A widget check that first needs the widget to be of the given class.
-template <class W, class F>
-std::function<bool(QWidget*)> As(F f) {
-    return [f](QWidget* w) {
-        auto* x = dynamic_cast<W*>(w);
-        return x != nullptr && f(x);
-    };
-}
-
 // --- conversions ---
 
 TEST(RendererConversions, ModelColoursBecomeQtColours) {
@@ -73,18 +64,15 @@ TEST(RendererConversions, ModelColoursBecomeQtColours) {
                                          QPalette::Highlight, QPalette::ToolTipBase};
     for (int i = 0; i < 6; ++i) pal.setColor(roles[i], QColor(i, i, i));
     pal.setColor(QPalette::Disabled, QPalette::Text, QColor(16, 17, 18));
+    // clang-format off
     const std::pair<ui::Color, QColor> cases[] = {
-        {Rgb(49, 106, 197), QColor(49, 106, 197)},
-        {0x00E1DAD5, QColor(213, 218, 225)},  // stored as 0x00BBGGRR
-        {ui::syscolor::ButtonFace, QColor(0, 0, 0)},
-        {ui::syscolor::Window, QColor(1, 1, 1)},
-        {ui::syscolor::WindowText, QColor(2, 2, 2)},
-        {ui::syscolor::ButtonText, QColor(3, 3, 3)},
-        {0x8000000D, QColor(4, 4, 4)},  // highlight
-        {ui::syscolor::InfoBackground, QColor(5, 5, 5)},
-        {ui::syscolor::GrayText, QColor(16, 17, 18)},
-        {0x800000FF, QColor(0, 0, 0)},  // unknown index: the window colour
+        {Rgb(49, 106, 197), QColor(49, 106, 197)}, {0x00E1DAD5, QColor(213, 218, 225)},  // 0x00BBGGRR
+        {ui::syscolor::ButtonFace, QColor(0, 0, 0)}, {ui::syscolor::Window, QColor(1, 1, 1)},
+        {ui::syscolor::WindowText, QColor(2, 2, 2)}, {ui::syscolor::ButtonText, QColor(3, 3, 3)},
+        {0x8000000D, QColor(4, 4, 4)} /* highlight */, {ui::syscolor::InfoBackground, QColor(5, 5, 5)},
+        {ui::syscolor::GrayText, QColor(16, 17, 18)}, {0x800000FF, QColor(0, 0, 0)},  // unknown: window
     };
+    // clang-format on
     for (const auto& [in, out] : cases) EXPECT_EQ(ToQColor(in, pal), out) << std::hex << in;
 }
 
@@ -109,8 +97,8 @@ TEST(RendererConversions, TwipsFollowTheScreenDensity) {
         EXPECT_EQ(r.ToPx(c.twips), c.px) << c.dpi << " dpi";
         EXPECT_EQ(r.ToTwips(c.px), c.twips) << c.dpi << " dpi";
     }
-    EXPECT_EQ(Renderer(root, nullptr, 96).ToPx(22), 1);  // rounded, not truncated
-    EXPECT_EQ(Renderer(root, nullptr, 96).ToPx(23), 2);
+    EXPECT_EQ(TwipsToPx(22, 96), 1);  // rounded, not truncated
+    EXPECT_EQ(TwipsToPx(23, 96), 2);
 }
 
 TEST(RendererConversions, FontsAreNarrowedToTheDialogFontWidth) {
@@ -165,164 +153,128 @@ TEST_F(RendererTest, OneLineLabelsKeepTheirCaptionOnOneLine) {
     EXPECT_EQ(Widget<QLabel>(block)->width(), 40);  // wraps inside its own width
 }
 
+// What a widget shows, in short: state flags, then what its class displays.
+std::string Shows(QWidget* w) {
+    QStringList s;
+    if (w->isHidden()) s << "hidden";
+    if (!w->isEnabled()) s << "disabled";
+    if (!w->toolTip().isEmpty()) s << "tip " + w->toolTip();
+    if (w->font().bold()) s << "bold";
+    if (w->font().pointSizeF() != 8.25) s << QString("%1pt").arg(w->font().pointSizeF());
+    const QPalette& pal = w->palette();
+    auto item = [](QTreeWidgetItem* it, QTreeWidget* tree) {
+        QStringList cells;
+        for (int c = 0; c < tree->columnCount(); ++c) cells << it->text(c);
+        QString text = (tree->currentItem() == it ? ">" : "") + cells.join(',');
+        if (it->background(0).style() != Qt::NoBrush)
+            text += " on " + it->background(0).color().name();
+        if (it->foreground(0).style() != Qt::NoBrush)
+            text += " in " + it->foreground(0).color().name();
+        return text + (it->data(0, kOwnColorsRole).toBool() ? " own" : "");
+    };
+    if (auto* x = dynamic_cast<ImageWidget*>(w)) {
+        s << (x->HasImage() ? "image" : "no image");
+    } else if (auto* x = dynamic_cast<QLabel*>(w)) {
+        s << "'" + x->text() + "'";
+        if (x->autoFillBackground())
+            s << pal.color(QPalette::WindowText).name() + " on " +
+                     pal.color(QPalette::Window).name();
+    } else if (auto* x = dynamic_cast<QPushButton*>(w)) {
+        s << "'" + x->text() + "'" << (x->icon().isNull() ? "" : "icon");
+    } else if (auto* x = dynamic_cast<QCheckBox*>(w)) {
+        s << "'" + x->text() + "'" << QString::number(x->checkState());
+    } else if (auto* x = dynamic_cast<QLineEdit*>(w)) {
+        s << "'" + x->text() + "'" << (x->isReadOnly() ? "locked" : "");
+    } else if (auto* x = dynamic_cast<QPlainTextEdit*>(w)) {
+        s << "'" + x->toPlainText() + "'";
+    } else if (auto* x = dynamic_cast<QComboBox*>(w)) {
+        QStringList items;
+        for (int i = 0; i < x->count(); ++i) items << x->itemText(i);
+        s << items.join(',') << QString::number(x->currentIndex()) << x->placeholderText();
+    } else if (auto* x = dynamic_cast<FrameWidget*>(w)) {
+        s << "frame '" + x->Title() + "'";
+    } else if (auto* x = dynamic_cast<ShapeWidget*>(w)) {
+        const QRectF r = x->ShapeRect();
+        s << QString("shape %1 at %2,%3 %4x%5 filled %6")
+                 .arg(x->Shape())
+                 .arg(r.x())
+                 .arg(r.y())
+                 .arg(r.width())
+                 .arg(r.height())
+                 .arg(QColor(x->grab().toImage().pixel(100, 50)).name());
+    } else if (auto* x = dynamic_cast<QTreeWidget*>(w)) {
+        if (!x->isHeaderHidden())
+            for (int c = 0; c < x->columnCount(); ++c)
+                s << x->headerItem()->text(c) + QString(":%1").arg(x->columnWidth(c));
+        for (int i = 0; i < x->topLevelItemCount(); ++i) s << item(x->topLevelItem(i), x);
+    } else if (auto* x = dynamic_cast<StatusBarWidget*>(w)) {
+        for (int i = 0; i < x->PanelCount(); ++i)
+            s << "[" + x->PanelText(i) + " " + QString::fromStdString(x->PanelPicture(i)) +
+                     (x->PanelHasIcon(i) ? " icon]" : "]");
+    }
+    s.removeAll(QString());
+    return s.join(' ').toStdString();
+}
+
 // Each row is applied once before the widgets exist and once to living widgets.
 TEST(RendererProperties, EachKindShowsWhatTheModelHolds) {
-    const QColor blue(49, 106, 197);
     struct Case {
         const char* what;
         Kind kind;
         std::function<void(Control&)> set;
-        std::function<bool(QWidget*)> shows;
+        const char* shows;
     } cases[] = {
-        {"label caption", Kind::Label, [](Control& c) { c.SetCaption("I/F: Halver&&Voss"); },
-         As<QLabel>([](QLabel* w) { return w->text() == "I/F: Halver&Voss"; })},
-        {"label colours", Kind::Label,
-         [](Control& c) {
-             c.SetForeColor(Rgb(255, 0, 0));
-             c.SetBackColor(Rgb(0, 0, 255));
-         },
-         As<QLabel>([](QLabel* w) {
-             return w->autoFillBackground() &&
-                    w->palette().color(QPalette::WindowText) == QColor(255, 0, 0) &&
-                    w->palette().color(QPalette::Window) == QColor(0, 0, 255);
-         })},
-        {"plain label is transparent", Kind::Label, [](Control&) {},
-         [](QWidget* w) { return !w->autoFillBackground(); }},
-        {"font", Kind::Label,
-         [](Control& c) {
-             c.SetFontBold(true);
-             c.SetFontSize(12);
-         },
-         [](QWidget* w) { return w->font().bold() && w->font().pointSizeF() == 12; }},
-        {"tool tip", Kind::Label, [](Control& c) { c.SetToolTipText("tip"); },
-         [](QWidget* w) { return w->toolTip() == "tip"; }},
-        {"hidden", Kind::Label, [](Control& c) { c.SetVisible(false); },
-         [](QWidget* w) { return w->isHidden(); }},
-        {"button", Kind::CommandButton,
-         [](Control& c) {
-             c.SetCaption("&Read");  // Qt draws the mnemonic itself
-             c.SetEnabled(false);
-             c.SetPicture("lamp_on");
-         },
-         As<QPushButton>([](QPushButton* w) {
-             return w->text() == "&Read" && !w->isEnabled() && !w->icon().isNull();
-         })},
-        {"frame caption", Kind::Frame, [](Control& c) { c.SetCaption("Process data"); },
-         As<FrameWidget>([](FrameWidget* w) { return w->Title() == "Process data"; })},
-        {"check box", Kind::CheckBox,
-         [](Control& c) {
-             c.SetCaption("Auto update");
-             c.SetValue(2);
-         },
-         As<QCheckBox>([](QCheckBox* w) {
-             return w->text() == "Auto update" && w->checkState() == Qt::PartiallyChecked;
-         })},
-        {"text box", Kind::TextBox,
-         [](Control& c) {
-             c.SetText("16");
-             c.SetLocked(true);
-         },
-         As<QLineEdit>([](QLineEdit* w) { return w->text() == "16" && w->isReadOnly(); })},
-        {"multi-line text box", Kind::TextBox,
-         [](Control& c) {
-             c.SetMultiLine(true);
-             c.SetText("first\r\nsecond");
-         },
-         As<QPlainTextEdit>([](QPlainTextEdit* w) {
-             return w->toPlainText() == "first\nsecond" && w->geometry() == QRect(0, 0, 200, 100);
-         })},
-        {"combo box", Kind::ComboBox,
-         [](Control& c) {
-             for (const char* port : {"COM3", "COM4", "COM7"}) c.AddItem(port);
-             c.SetListIndex(2);
-         },
-         As<QComboBox>([](QComboBox* w) {
-             return w->count() == 3 && w->itemText(2) == "COM7" && w->currentIndex() == 2;
-         })},
-        {"cleared combo box", Kind::ComboBox,
-         [](Control& c) {
-             c.AddItem("COM3");
-             c.Clear();
-             c.AddItem("COM5");
-             c.SetText("(none)");
-         },
-         As<QComboBox>([](QComboBox* w) {
-             return w->count() == 1 && w->itemText(0) == "COM5" && w->placeholderText() == "(none)";
-         })},
-        {"shape", Kind::Shape,
-         [](Control& c) {
-             c.SetFillColor(Rgb(0, 200, 0));
-             c.SetShapeKind(ui::kCircle);
-         },
-         As<ShapeWidget>([](ShapeWidget* w) {
-             const QRectF r = w->ShapeRect();  // round in any box, centred
-             const QImage image = w->grab().toImage();
-             return w->Shape() == ui::kCircle && std::abs(r.width() - r.height()) < 0.01 &&
-                    std::abs(r.center().x() - 100) < 0.6 &&
-                    QColor(image.pixel(100, 50)) == QColor(0, 200, 0);
-         })},
-        {"image", Kind::Image, [](Control& c) { c.SetPicture("logo_halvervoss"); },
-         As<ImageWidget>([](ImageWidget* w) { return w->HasImage(); })},
-        {"unknown image", Kind::Image, [](Control& c) { c.SetPicture("no_such_picture"); },
-         As<ImageWidget>([](ImageWidget* w) { return !w->HasImage(); })},
-        {"tree view", Kind::TreeView,
-         [](Control& c) {
+        // clang-format off
+        {"label caption", Kind::Label, [](Control& c) { c.SetCaption("I/F: Halver&&Voss"); }, "'I/F: Halver&Voss'"},
+        {"label colours", Kind::Label, [](Control& c) { c.SetForeColor(Rgb(255, 0, 0)); c.SetBackColor(Rgb(0, 0, 255)); },
+         "'' #ff0000 on #0000ff"},
+        {"plain label is transparent", Kind::Label, [](Control&) {}, "''"},
+        {"font", Kind::Label, [](Control& c) { c.SetFontBold(true); c.SetFontSize(12); }, "bold 12pt ''"},
+        {"tool tip", Kind::Label, [](Control& c) { c.SetToolTipText("tip"); }, "tip tip ''"},
+        {"hidden", Kind::Label, [](Control& c) { c.SetVisible(false); }, "hidden ''"},
+        // Qt draws a button's mnemonic itself.
+        {"button", Kind::CommandButton, [](Control& c) { c.SetCaption("&Read"); c.SetEnabled(false); c.SetPicture("lamp_on"); },
+         "disabled '&Read' icon"},
+        {"frame caption", Kind::Frame, [](Control& c) { c.SetCaption("Process data"); }, "frame 'Process data'"},
+        {"check box", Kind::CheckBox, [](Control& c) { c.SetCaption("Auto update"); c.SetValue(2); }, "'Auto update' 1"},
+        {"text box", Kind::TextBox, [](Control& c) { c.SetText("16"); c.SetLocked(true); }, "'16' locked"},
+        {"multi-line text box", Kind::TextBox, [](Control& c) { c.SetMultiLine(true); c.SetText("first\r\nsecond"); },
+         "'first\nsecond'"},
+        {"combo box", Kind::ComboBox, [](Control& c) { for (const char* p : {"COM3", "COM4", "COM7"}) c.AddItem(p); c.SetListIndex(2); },
+         "COM3,COM4,COM7 2"},
+        {"cleared combo box", Kind::ComboBox, [](Control& c) { c.AddItem("COM3"); c.Clear(); c.AddItem("COM5"); c.SetText("(none)"); },
+         "COM5 -1 (none)"},
+        // A circle is round in any box, centred.
+        {"shape", Kind::Shape, [](Control& c) { c.SetFillColor(Rgb(0, 200, 0)); c.SetShapeKind(ui::kCircle); },
+         "shape 3 at 50.5,0.5 99x99 filled #00c800"},
+        {"image", Kind::Image, [](Control& c) { c.SetPicture("logo_halvervoss"); }, "image"},
+        {"unknown image", Kind::Image, [](Control& c) { c.SetPicture("no_such_picture"); }, "no image"},
+        {"tree view", Kind::TreeView, [](Control& c) {
              for (const char* k : {"K1", "K2", "K3"}) c.AddNode(k, std::string("Node ") + k);
              c.SetNodeText("K1", "Überblick");
              c.SelectNode("K2");
-             c.SetNodeColors("K2", Rgb(49, 106, 197), Rgb(255, 255, 255));
-         },
-         As<QTreeWidget>([blue](QTreeWidget* w) {
-             QTreeWidgetItem* k2 = w->topLevelItem(1);
-             return w->topLevelItemCount() == 3 && w->topLevelItem(0)->text(0) == "Überblick" &&
-                    w->currentItem() == k2 && k2->background(0).color() == blue &&
-                    k2->foreground(0).color() == Qt::white && k2->data(0, kOwnColorsRole).toBool();
-         })},
-        {"tree node back to plain colours", Kind::TreeView,
-         [](Control& c) {
+             c.SetNodeColors("K2", Rgb(49, 106, 197), Rgb(255, 255, 255)); },
+         "Überblick >Node K2 on #316ac5 in #ffffff own Node K3"},
+        {"tree node back to plain colours", Kind::TreeView, [](Control& c) {
              c.AddNode("K1", "General");
              c.SetNodeColors("K1", Rgb(49, 106, 197), Rgb(255, 255, 255));
-             c.SetNodeColors("K1", ui::syscolor::Window, ui::syscolor::WindowText);
-         },
-         As<QTreeWidget>([](QTreeWidget* w) {
-             return w->topLevelItem(0)->background(0).style() == Qt::NoBrush &&
-                    !w->topLevelItem(0)->data(0, kOwnColorsRole).toBool();
-         })},
-        {"cleared tree view", Kind::TreeView,
-         [](Control& c) {
-             c.AddNode("K1", "General");
-             c.ClearNodes();
-         },
-         As<QTreeWidget>([](QTreeWidget* w) { return w->topLevelItemCount() == 0; })},
-        {"list view", Kind::ListView,
-         [](Control& c) {
-             c.AddColumn("No.", 600);
-             c.AddColumn("Code", 900);
-             c.AddColumn("Text", 3000);
+             c.SetNodeColors("K1", ui::syscolor::Window, ui::syscolor::WindowText); },
+         "General"},
+        {"cleared tree view", Kind::TreeView, [](Control& c) { c.AddNode("K1", "General"); c.ClearNodes(); }, ""},
+        {"list view", Kind::ListView, [](Control& c) {
+             c.AddColumn("No.", 600); c.AddColumn("Code", 900); c.AddColumn("Text", 3000);
              c.SetColumnText(0, "Nr.");
              c.AddRow({"1", "0x8C10", "Process variable range overrun"});
              c.AddRow({"2", "0x5100"});
              c.AddRow({"3", "0x1800", "x"});
-             c.RemoveRow(1);  // the model counts rows from 1
-         },
-         As<QTreeWidget>([](QTreeWidget* w) {
-             return w->columnCount() == 3 && w->headerItem()->text(0) == "Nr." &&
-                    w->columnWidth(0) == 40 && w->columnWidth(2) == 200 &&
-                    w->topLevelItemCount() == 2 && w->topLevelItem(0)->text(1) == "0x5100" &&
-                    w->topLevelItem(0)->text(2) == "" && w->topLevelItem(1)->text(0) == "3";
-         })},
-        {"status bar", Kind::StatusBar,
-         [](Control& c) {
-             c.AddPanel("", 2400);
-             c.AddPanel("Device", 1500);
-             c.AddPanel("third", 1000);
+             c.RemoveRow(1); },  // the model counts rows from 1
+         "Nr.:40 Code:60 Text:200 2,0x5100, 3,0x1800,x"},
+        {"status bar", Kind::StatusBar, [](Control& c) {
+             c.AddPanel("", 2400); c.AddPanel("Device", 1500); c.AddPanel("third", 1000);
              c.SetPanelText(2, "Connected");  // the model counts panels from 1
-             c.SetPanelPicture(2, "lamp_on");
-         },
-         As<StatusBarWidget>([](StatusBarWidget* w) {
-             return w->PanelCount() == 3 && w->PanelText(1) == "Connected" &&
-                    w->PanelPicture(1) == "lamp_on" && w->PanelHasIcon(1) && !w->PanelHasIcon(0);
-         })},
+             c.SetPanelPicture(2, "lamp_on"); },
+         "[ ] [Connected lamp_on icon] [third ]"},
+        // clang-format on
     };
     for (const bool before : {true, false}) {
         ui::UserControl root("Root");
@@ -337,9 +289,12 @@ TEST(RendererProperties, EachKindShowsWhatTheModelHolds) {
         renderer.RootWidget()->show();
         if (!before)
             for (size_t i = 0; i < controls.size(); ++i) cases[i].set(*controls[i]);
-        for (size_t i = 0; i < controls.size(); ++i)
-            EXPECT_TRUE(cases[i].shows(renderer.WidgetFor(*controls[i])))
-                << cases[i].what << (before ? ", set before rendering" : ", set on the widget");
+        for (size_t i = 0; i < controls.size(); ++i) {
+            QWidget* w = renderer.WidgetFor(*controls[i]);
+            const char* when = before ? ", set before rendering" : ", set on the widget";
+            EXPECT_EQ(Shows(w), cases[i].shows) << cases[i].what << when;
+            EXPECT_EQ(w->geometry(), QRect(0, 0, 200, 100)) << cases[i].what << when;
+        }
     }
     for (const char* name : {"logo_halvervoss", "logo_halvervoss_small", "logo_ostrel",
                              "logo_dravik", "logo_dravik_small", "lamp_off", "lamp_connecting"})
@@ -347,30 +302,27 @@ TEST(RendererProperties, EachKindShowsWhatTheModelHolds) {
 }
 
 TEST_F(RendererTest, ColoursGoToTheRoleEachKindPaintsWith) {
-    struct Case {
+    const bool back = true, fore = false;  // BackColor or ForeColor
+    const struct {
         Kind kind;
-        bool back;  // BackColor, else ForeColor
+        bool back;
         QPalette::ColorRole role;
     } cases[] = {
-        {Kind::UserControl, true, QPalette::Window},
-        {Kind::Frame, true, QPalette::Window},
-        {Kind::Frame, false, QPalette::WindowText},
-        {Kind::Label, true, QPalette::Window},
-        {Kind::TextBox, true, QPalette::Base},
-        {Kind::TextBox, false, QPalette::Text},
-        {Kind::ComboBox, true, QPalette::Base},
-        {Kind::TreeView, true, QPalette::Base},
-        {Kind::ListView, false, QPalette::Text},
-        {Kind::CommandButton, true, QPalette::Button},
-        {Kind::CommandButton, false, QPalette::ButtonText},
-        {Kind::CheckBox, false, QPalette::WindowText},
-        {Kind::OptionButton, true, QPalette::Window},
+        // clang-format off
+        {Kind::UserControl, back, QPalette::Window}, {Kind::Frame, back, QPalette::Window},
+        {Kind::Frame, fore, QPalette::WindowText},   {Kind::Label, back, QPalette::Window},
+        {Kind::TextBox, back, QPalette::Base},       {Kind::TextBox, fore, QPalette::Text},
+        {Kind::ComboBox, back, QPalette::Base},      {Kind::TreeView, back, QPalette::Base},
+        {Kind::ListView, fore, QPalette::Text},      {Kind::CommandButton, back, QPalette::Button},
+        {Kind::CommandButton, fore, QPalette::ButtonText}, {Kind::CheckBox, fore, QPalette::WindowText},
+        {Kind::OptionButton, back, QPalette::Window},
+        // clang-format on
     };
     std::vector<Control*> controls;
-    for (const Case& c : cases) controls.push_back(&root.AddControl(c.kind, "C"));
+    for (const auto& c : cases) controls.push_back(&root.AddControl(c.kind, "C"));
     Render();
     for (size_t i = 0; i < controls.size(); ++i) {
-        const Case& c = cases[i];
+        const auto& c = cases[i];
         if (c.back)
             controls[i]->SetBackColor(Rgb(12, 34, 56));
         else
@@ -384,99 +336,55 @@ TEST_F(RendererTest, ColoursGoToTheRoleEachKindPaintsWith) {
 // --- user input reaches the model ---
 
 TEST_F(RendererTest, UserInputReachesTheModelOfEachKind) {
+    using Log = std::vector<std::string>;
+    const auto click = [](QWidget* w) { QTest::mouseClick(w, Qt::LeftButton); };
+    const auto nodes = [](Control& c) {
+        for (const char* k : {"K1", "K2", "K3"}) c.AddNode(k, k);
+    };
     struct Case {
         const char* what;
         Kind kind;
         std::function<void(Control&)> setup;
         std::function<void(QWidget*)> act;
-        std::vector<std::string> log;
-        std::function<bool(const Control&)> model;
+        Log log;
+        std::function<bool(const Control&)> model = nullptr;
     } cases[] = {
-        {"button click",
-         Kind::CommandButton,
-         [](Control&) {},
-         [](QWidget* w) { QTest::mouseClick(w, Qt::LeftButton); },
-         {"click"},
-         nullptr},
-        {"disabled button",
-         Kind::CommandButton,
-         [](Control& c) { c.SetEnabled(false); },
-         [](QWidget* w) { QTest::mouseClick(w, Qt::LeftButton); },
-         {},
-         nullptr},
-        {"typing in the middle",
-         Kind::TextBox,
-         [](Control& c) { c.SetText("16"); },
+        // clang-format off
+        {"button click", Kind::CommandButton, [](Control&) {}, click, {"click"}},
+        {"disabled button", Kind::CommandButton, [](Control& c) { c.SetEnabled(false); }, click, {}},
+        {"typing in the middle", Kind::TextBox, [](Control& c) { c.SetText("16"); },
          [](QWidget* w) {
              static_cast<QLineEdit*>(w)->setCursorPosition(1);  // the caret stays there
              QTest::keyClicks(w, "xy");
-             QTest::keyClick(w, Qt::Key_Backspace);
-         },
+             QTest::keyClick(w, Qt::Key_Backspace); },
          {"key 120", "change 1x6", "key 121", "change 1xy6", "key 8", "change 1x6"},
          [](const Control& c) { return c.Text() == "1x6"; }},
-        {"locked text box",
-         Kind::TextBox,
-         [](Control& c) { c.SetLocked(true); },
-         [](QWidget* w) { QTest::keyClicks(w, "9"); },
-         {"key 57"},
-         [](const Control& c) { return c.Text().empty(); }},
-        {"multi-line text box",
-         Kind::TextBox,
-         [](Control& c) {
-             c.SetMultiLine(true);
-             c.SetText("a\r\nb");
-         },
-         [](QWidget* w) {
-             static_cast<QPlainTextEdit*>(w)->moveCursor(QTextCursor::End);
-             QTest::keyClicks(w, "!");
-         },
-         {"key 33", "change a\r\nb!"},
-         nullptr},
-        {"check box",
-         Kind::CheckBox,
-         [](Control& c) { c.SetValue(1); },
+        {"locked text box", Kind::TextBox, [](Control& c) { c.SetLocked(true); },
+         [](QWidget* w) { QTest::keyClicks(w, "9"); }, {"key 57"}, [](const Control& c) { return c.Text().empty(); }},
+        {"multi-line text box", Kind::TextBox, [](Control& c) { c.SetMultiLine(true); c.SetText("a\r\nb"); },
+         [](QWidget* w) { static_cast<QPlainTextEdit*>(w)->moveCursor(QTextCursor::End); QTest::keyClicks(w, "!"); },
+         {"key 33", "change a\r\nb!"}},
+        {"check box", Kind::CheckBox, [](Control& c) { c.SetValue(1); },
          [](QWidget* w) { QTest::mouseClick(w, Qt::LeftButton, {}, QPoint(6, w->height() / 2)); },
-         {"click"},
-         [](const Control& c) { return c.Value() == 0; }},
-        {"combo pick",
-         Kind::ComboBox,
-         [](Control& c) {
-             for (const char* port : {"COM3", "COM4", "COM7"}) c.AddItem(port);
-         },
+         {"click"}, [](const Control& c) { return c.Value() == 0; }},
+        {"combo pick", Kind::ComboBox, [](Control& c) { for (const char* p : {"COM3", "COM4", "COM7"}) c.AddItem(p); },
          [](QWidget* w) { emit static_cast<QComboBox*>(w)->activated(2); },
-         {"click"},
-         [](const Control& c) { return c.ListIndex() == 2 && c.Text() == "COM7"; }},
-        {"enter on a combo box",
-         Kind::ComboBox,
-         [](Control&) {},
-         [](QWidget* w) { QTest::keyClick(w, Qt::Key_Enter); },
-         {"key 13"},
-         nullptr},
-        {"tree node click",
-         Kind::TreeView,
-         [](Control& c) {
-             for (const char* k : {"K1", "K2", "K3"}) c.AddNode(k, k);
-             c.SelectNode("K1");
-         },
+         {"click"}, [](const Control& c) { return c.ListIndex() == 2 && c.Text() == "COM7"; }},
+        {"enter on a combo box", Kind::ComboBox, [](Control&) {},
+         [](QWidget* w) { QTest::keyClick(w, Qt::Key_Enter); }, {"key 13"}},
+        {"tree node click", Kind::TreeView, [&](Control& c) { nodes(c); c.SelectNode("K1"); },
          [](QWidget* w) {
              auto* tree = static_cast<QTreeWidget*>(w);
              const QPoint third = tree->visualItemRect(tree->topLevelItem(2)).center();
              QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, third);
-             QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, third);  // reported again
-         },
-         {"node K3", "node K3"},
-         [](const Control& c) { return c.SelectedKey() == "K3"; }},
-        {"tree arrow key",
-         Kind::TreeView,
-         [](Control& c) {
-             for (const char* k : {"K1", "K2", "K3"}) c.AddNode(k, k);
-             c.SelectNode("K2");
-         },
+             QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, third); },  // reported again
+         {"node K3", "node K3"}, [](const Control& c) { return c.SelectedKey() == "K3"; }},
+        {"tree arrow key", Kind::TreeView, [&](Control& c) { nodes(c); c.SelectNode("K2"); },
          [](QWidget* w) { QTest::keyClick(w, Qt::Key_Up); },
-         {"node K1"},
-         [](const Control& c) { return c.SelectedKey() == "K1"; }},
+         {"node K1"}, [](const Control& c) { return c.SelectedKey() == "K1"; }},
+        // clang-format on
     };
-    std::vector<std::string> log;
+    Log log;
     std::vector<Control*> controls;
     for (const Case& c : cases) {
         Control& control = root.AddControl(c.kind, c.what);
@@ -576,25 +484,27 @@ TEST_F(RendererTest, OptionButtonsAreGroupedByTheirContainer) {
     options[0][0]->SetValue(1);
     options[1][2]->SetValue(1);
     Render();
-    auto checked = [&](int f, int i) { return Widget<QRadioButton>(*options[f][i])->isChecked(); };
+    // The marks the widgets show, then the model's values, per container.
+    auto marks = [&] {
+        std::string shown, model;
+        for (int f = 0; f < 2; ++f, shown += ' ', model += ' ')
+            for (int i = 0; i < 3; ++i) {
+                shown += Widget<QRadioButton>(*options[f][i])->isChecked() ? '1' : '0';
+                model += static_cast<char>('0' + options[f][i]->Value());
+            }
+        return shown + "/ " + model;
+    };
     // Options without caption react on their indicator only.
     auto click = [&](int f, int i) {
         QWidget* w = Widget<QRadioButton>(*options[f][i]);
         QTest::mouseClick(w, Qt::LeftButton, {}, QPoint(6, w->height() / 2));
     };
-    EXPECT_TRUE(checked(0, 0) && checked(1, 2));
+    EXPECT_EQ(marks(), "100 001 / 100 001 ");
     click(0, 1);
-    click(0, 1);  // clicking the chosen option again leaves it chosen
-    EXPECT_EQ(options[0][0]->Value(), 0);
-    EXPECT_EQ(options[0][1]->Value(), 1);
-    EXPECT_FALSE(checked(0, 0));
-    EXPECT_TRUE(checked(0, 1));
-    EXPECT_TRUE(checked(1, 2));  // the other container keeps its choice
-    EXPECT_EQ(options[1][2]->Value(), 1);
-
-    options[1][0]->SetValue(1);  // the model choosing another option moves the mark
-    EXPECT_TRUE(checked(1, 0));
-    EXPECT_FALSE(checked(1, 2));
+    click(0, 1);                               // clicking the chosen option again leaves it chosen
+    EXPECT_EQ(marks(), "010 001 / 010 001 ");  // the other container keeps its choice
+    options[1][0]->SetValue(1);                // the model choosing another moves the mark
+    EXPECT_EQ(marks(), "010 100 / 010 100 ");
 }
 
 // --- timers and failures ---

@@ -17,17 +17,17 @@ TEST(QtServicesMsgBox, StylesMapToButtonsIconsAndDefaults) {
         QMB::Icon icon;
         QMB::StandardButton defaultButton;
     } cases[] = {
+        // clang-format off
         {ui::msgbox::OkOnly, QMB::Ok, QMB::NoIcon, QMB::Ok},
         {ui::msgbox::OkOnly | ui::msgbox::Critical, QMB::Ok, QMB::Critical, QMB::Ok},
-        {ui::msgbox::OkCancel | ui::msgbox::Exclamation, QMB::Ok | QMB::Cancel, QMB::Warning,
-         QMB::Ok},
-        {ui::msgbox::YesNo | ui::msgbox::Information, QMB::Yes | QMB::No, QMB::Information,
-         QMB::Yes},
+        {ui::msgbox::OkCancel | ui::msgbox::Exclamation, QMB::Ok | QMB::Cancel, QMB::Warning, QMB::Ok},
+        {ui::msgbox::YesNo | ui::msgbox::Information, QMB::Yes | QMB::No, QMB::Information, QMB::Yes},
         {ui::msgbox::YesNo | 32 | 256, QMB::Yes | QMB::No, QMB::Question, QMB::No},
         {3 | 512, QMB::Yes | QMB::No | QMB::Cancel, QMB::NoIcon, QMB::Cancel},
         {5, QMB::Retry | QMB::Cancel, QMB::NoIcon, QMB::Retry},
         {2, QMB::Abort | QMB::Retry | QMB::Ignore, QMB::NoIcon, QMB::Abort},
         {ui::msgbox::OkOnly | 512, QMB::Ok, QMB::NoIcon, QMB::Ok},  // no third button
+        // clang-format on
     };
     for (const Case& c : cases) {
         EXPECT_EQ(MsgBoxButtons(c.style), c.buttons) << c.style;

@@ -21,7 +21,6 @@ class ShapeWidget : public QWidget {
     void SetFill(const QColor& fill);
     void SetBorder(const QColor& border);
     int Shape() const { return shape_; }
-    QColor Fill() const { return fill_; }
     // The rectangle the shape occupies (squares and circles are centred in the box).
     QRectF ShapeRect() const;
 
@@ -54,7 +53,6 @@ class ImageWidget : public QLabel {
     explicit ImageWidget(QWidget* parent = nullptr);
     // Loads the named picture; an unknown name leaves the image empty.
     void SetPicture(const std::string& name);
-    const std::string& PictureName() const { return name_; }
     bool HasImage() const { return !source_.isNull(); }
 
   protected:
