@@ -13,8 +13,8 @@ ui::InventoryRecord ShapeInventoryRecord(const UsbTty& device) {
     const std::string instance = device.Serial.empty() ? device.Node : device.Serial;
     record.DeviceID =
         "USB\\VID_" + UCase(device.VendorId) + "&PID_" + UCase(device.ProductId) + "\\" + instance;
-    const std::string product =
-        Trim(device.Product).empty() ? "USB Serial Port" : Trim(device.Product);
+    std::string product = Trim(device.Product);
+    if (product.empty()) product = "USB Serial Port";
     record.Name = product + " (" + device.Node + ")";
     return record;
 }

@@ -330,6 +330,11 @@ uint16_t CheckField(const Field& f, const Bytes& data) {
     return 0;
 }
 
+// Process data length in bytes from its direct-page code (bit 7: bytes, else bits).
+int PdBytes(uint8_t code) {
+    return (code & 0x80) ? (code & 31) + 1 : ((code & 31) + 7) / 8;
+}
+
 void Drive(Device& d) {
     const Profile& p = *d.profile;
     if (p.terminalMask == 0) return;
@@ -366,24 +371,6 @@ Device MakeDevice(const Profile& profile) {
     d.outputs.assign(static_cast<size_t>(PdBytes(profile.page[page::PdOut])), 0);
     d.masterCycle = profile.page[page::MinCycle];
     return d;
-}
-
-int PdBytes(uint8_t code) {
-    return (code & 0x80) ? (code & 31) + 1 : ((code & 31) + 7) / 8;
-}
-
-double CycleMs(uint8_t code) {
-    const int m = code & 0x3F;
-    switch (code >> 6) {
-        case 0:
-            return m * 0.1;
-        case 1:
-            return 6.4 + m * 0.4;
-        case 2:
-            return 32.0 + m * 1.6;
-        default:
-            return 134.4 + m * 6.4;
-    }
 }
 
 uint16_t IsduRead(const Device& d, uint16_t index, uint8_t subindex, int64_t now, Bytes& out) {
@@ -472,13 +459,6 @@ void SetOutputsValid(Device& d, bool valid) {
     // DeviceOperate (outputs not valid).
     d.masterCommand = valid ? 0x98 : 0x99;
     Drive(d);
-}
-
-int32_t ProcessValue(const Device& d, int64_t now) {
-    const std::string_view name = d.profile->name;
-    if (name == "sensor") return SensorDistance(d, now);
-    if (name == "legacy") return Pressure(d, now);
-    return static_cast<int32_t>(d.terminal);
 }
 
 }  // namespace kestrova::sim

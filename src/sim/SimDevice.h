@@ -125,11 +125,6 @@ const std::vector<Profile>& AllProfiles();
 const Profile* FindProfile(std::string_view name);
 Device MakeDevice(const Profile& profile);
 
-// Process data length in bytes from its direct-page code (bit 7: bytes, else bits).
-int PdBytes(uint8_t code);
-// IO-Link cycle time code to milliseconds.
-double CycleMs(uint8_t code);
-
 uint16_t IsduRead(const Device& device, uint16_t index, uint8_t subindex, int64_t now, Bytes& out);
 WriteResult IsduWrite(Device& device, uint16_t index, uint8_t subindex, const Bytes& data);
 
@@ -139,8 +134,5 @@ bool OutOfRange(const Device& device, int64_t now);
 // The master's output image and its validity; the device drives what it accepts.
 void SetOutputs(Device& device, const Bytes& outputs);
 void SetOutputsValid(Device& device, bool valid);
-
-// The device's process value at a time (the distance or pressure that its inputs carry).
-int32_t ProcessValue(const Device& device, int64_t now);
 
 }  // namespace kestrova::sim

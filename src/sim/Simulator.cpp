@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "SimDevice.h"
+#include "tools/NumberFormats.h"
 #include "tools/Vb.h"
 
 namespace kestrova::sim {
@@ -218,12 +219,6 @@ std::string Revision(const std::string& product) {
     return "1.00";
 }
 
-std::string Hex(int64_t v, int width) {
-    std::string s;
-    for (int i = 0; i < width || v; ++i, v >>= 4) s.insert(s.begin(), "0123456789ABCDEF"[v & 15]);
-    return "0x" + s;
-}
-
 int32_t LanguageFromEnvironment() {
     const char* lang = std::getenv("LANG");
     return lang && (lang[0] == 'd' || lang[0] == 'D') && (lang[1] == 'e' || lang[1] == 'E') ? 1031
@@ -316,7 +311,7 @@ struct Simulator::Impl {
             m.device.masterCycle = code;
         } else if (code == 0) {
             m.device.masterCycle = min;
-        } else if (CycleMs(code) + 1e-9 < CycleMs(min)) {
+        } else if (DecodeCycleTime(code) + 1e-9 < DecodeCycleTime(min)) {
             Queue(m, {26, 2, 48, 64, kFromMaster});
             m.device.masterCycle = min;
         } else {
@@ -917,8 +912,8 @@ std::string Simulator::Impl::CtlStatus(const std::vector<std::string>& w, std::s
     for (const Master& m : masters) {
         s << "\nmaster " << m.product << " on " << m.port << (m.plugged ? "" : " (unplugged)")
           << (&m == InUse() ? " (in use)" : "") << ", revision " << m.revision << ", device "
-          << m.device.profile->name << ", cycle " << Hex(m.device.masterCycle, 2) << " ("
-          << Str(CycleMs(m.device.masterCycle)) << " ms), outputs "
+          << m.device.profile->name << ", cycle " << FormatHex(m.device.masterCycle, 2, "0x", true)
+          << " (" << Str(DecodeCycleTime(m.device.masterCycle)) << " ms), outputs "
           << (m.device.outputsValid ? "valid" : "invalid") << ", " << m.events.size()
           << " events waiting";
         if (m.dropped) s << " (" << m.dropped << " dropped)";

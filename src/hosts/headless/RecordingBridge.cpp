@@ -2,11 +2,16 @@
 
 #include <cstdio>
 #include <exception>
+#include <string_view>
 
 #include "tools/Vb.h"
 
 namespace kestrova::headless {
 
+namespace {
+
+// Not JSON escaping: a record shows quotes, backslashes and any bytes as they came, and only
+// control characters would break the line apart.
 std::string OneLine(std::string_view text) {
     std::string out;
     out.reserve(text.size());
@@ -34,8 +39,6 @@ std::string OneLine(std::string_view text) {
     }
     return out;
 }
-
-namespace {
 
 std::string ValueText(const Variant& value) {
     if (value.IsNull()) return "Null";

@@ -10,7 +10,6 @@
 #include <cstddef>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "link/IGuiBridge.h"
@@ -43,8 +42,5 @@ class RecordingBridge : public IGuiBridge {
     std::vector<std::string> lines_;
     size_t dropped_ = 0;
 };
-
-// The text with control characters escaped, for a one-line record.
-std::string OneLine(std::string_view text);
 
 }  // namespace kestrova::headless
