@@ -15,6 +15,11 @@ constexpr size_t Page(size_t n) {
     return 3 + n;
 }
 
+// A process data length in whole bytes; bit lengths round up.
+int16_t InBytes(int16_t length, bool isBytes) {
+    return isBytes ? length : static_cast<int16_t>((length + 7) / 8);
+}
+
 std::string BoolText(bool b) {
     return b ? "True" : "False";
 }
@@ -75,7 +80,7 @@ void ClsDevice::SetSensorState(int16_t newSensorstate) {
 bool ClsDevice::CheckInfo() {
     Trace("CheckInfo: Begin");
     if (!infoValid_) {
-        Trace("CheckInfo: Sensorstate=" + Str(int64_t{SensorState}));
+        if (traceOn_) Trace("CheckInfo: Sensorstate=" + Str(int64_t{SensorState}));
         if (SensorState == FOUND && dtm_) {
             ModeRecord mode = mode_;
             if (IolGetMode(*dtm_, mode) == 0) {
@@ -84,9 +89,13 @@ bool ClsDevice::CheckInfo() {
             }
         }
     }
-    const Values record(mode_.begin(), mode_.end());
-    Trace("CheckInfo: End, return = " + BoolText(infoValid_) +
-          "data= " + FormatBytes(record, kHex));
+    // Every length and identification read passes here, the process data exchange of each timer
+    // tick included: the record is formatted only while tracing.
+    if (traceOn_) {
+        const Values record(mode_.begin(), mode_.end());
+        Trace("CheckInfo: End, return = " + BoolText(infoValid_) +
+              "data= " + FormatBytes(record, kHex));
+    }
     return infoValid_;
 }
 
@@ -115,8 +124,10 @@ void ClsDevice::InLength(int16_t& length, bool& isBytes) {
     Trace("InLength: Begin");
     if (CheckInfo()) {
         Length(mode_[Page(5)], length, isBytes);
-        Trace("InLength: CheckInfo returns true, data=" + FormatHex(mode_[Page(5)], 2, "0x", true) +
-              " " + FormatHex(mode_[Page(6)], 2, "0x", true));
+        if (traceOn_)
+            Trace("InLength: CheckInfo returns true, data=" +
+                  FormatHex(mode_[Page(5)], 2, "0x", true) + " " +
+                  FormatHex(mode_[Page(6)], 2, "0x", true));
     } else if (SensorState == SIO) {
         length = 1;
         isBytes = true;
@@ -126,7 +137,7 @@ void ClsDevice::InLength(int16_t& length, bool& isBytes) {
         isBytes = false;
         Trace("InLength: CheckInfo returns false");
     }
-    Trace("InLength: End, Return Length=" + Str(int64_t{length}) + " value=");
+    if (traceOn_) Trace("InLength: End, Return Length=" + Str(int64_t{length}) + " value=");
 }
 
 void ClsDevice::OutLength(int16_t& length, bool& isBytes) {
@@ -212,22 +223,24 @@ std::string ClsDevice::ReadTrace(bool StopTrace) {
     return text;
 }
 
-void ClsDevice::Trace(const std::string& line) {
-    if (traceOn_) trace_ += "\r\n" + line;
+void ClsDevice::Trace(std::string_view line) {
+    if (!traceOn_) return;
+    trace_ += "\r\n";
+    trace_ += line;
 }
 
 int16_t ClsDevice::ByteOutputLength() {
     int16_t length = 0;
     bool isBytes = false;
     OutLength(length, isBytes);
-    return isBytes ? length : static_cast<int16_t>((length + 7) / 8);
+    return InBytes(length, isBytes);
 }
 
 int16_t ClsDevice::ByteInputLength() {
     int16_t length = 0;
     bool isBytes = false;
     InLength(length, isBytes);
-    return isBytes ? length : static_cast<int16_t>((length + 7) / 8);
+    return InBytes(length, isBytes);
 }
 
 void ClsDevice::SetOutputs(const Values& v) {
@@ -269,9 +282,7 @@ ClsEvent& ClsDevice::GetEvent(int16_t position) {
     if (position < 1 || position > kMaxEvents)
         Raise(vberr::SubscriptOutOfRange, "Subscript out of range: event position " +
                                               Str(int64_t{position}) + " is not between 1 and 100");
-    auto& slot = events_[static_cast<size_t>(position - 1)];
-    if (!slot) slot = std::make_unique<ClsEvent>();
-    return *slot;
+    return events_[static_cast<size_t>(position - 1)];
 }
 
 void ClsDevice::ClearEvents() {}

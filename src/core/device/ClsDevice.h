@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "device/ClsEvent.h"
 #include "link/IOLinkComm.h"
@@ -84,7 +85,7 @@ class ClsDevice {
   private:
     bool CheckInfo();
     std::string ReadName(int16_t index, std::string& cache, bool& read);
-    void Trace(const std::string& line);
+    void Trace(std::string_view line);
     void Length(uint8_t pageByte, int16_t& length, bool& isBytes);
 
     std::shared_ptr<IGuiBridge> dtm_;
@@ -95,7 +96,8 @@ class ClsDevice {
     std::string trace_;
     std::string vendorName_, deviceName_, functionName_;
     bool vendorRead_ = false, deviceRead_ = false, functionRead_ = false;
-    std::array<std::unique_ptr<ClsEvent>, kMaxEvents> events_;
+    // Never-filled positions read as an empty event, as if created on first use.
+    std::array<ClsEvent, kMaxEvents> events_{};
     int32_t runningNumber_ = 0;
 };
 

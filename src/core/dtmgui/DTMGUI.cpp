@@ -6,6 +6,7 @@
 #include "link/EventCatalogue.h"
 #include "link/IOLinkComm.h"
 #include "pages/about/IOLinkAbout.h"
+#include "pages/common/PanelSupport.h"
 #include "pages/deviceinfo/UCDeviceInfo.h"
 #include "pages/general/UCGeneral.h"
 #include "pages/iolinkdata/IOLinkData.h"
@@ -90,10 +91,6 @@ const LabelText kFrameLabels[] = {
 const char* const kStateIcons[] = {"", "lamp_off", "lamp_connecting", "lamp_on"};
 const char* const kLogos[] = {"logo_ostrel", "logo_halvervoss", "logo_dravik"};
 const char* const kSmallLogos[] = {"", "logo_halvervoss_small", "logo_dravik_small"};
-
-std::string Describe(const std::exception& e) {
-    return e.what();
-}
 
 // Runs one step and forgets its failure.
 template <class Fn>
@@ -224,24 +221,17 @@ bool DTMGUI::Init(const std::string& invokeId, const std::string& functionCall,
         gui.SetDtm(dtm);
         IolInitEventTable(gui);
 
+        // The function id is the first quoted value after "functionId".
+        constexpr size_t npos = std::string::npos;
         const size_t at = IFind(functionCall, "functionId");
-        if (at == std::string::npos) {
+        const size_t open = at == npos ? npos : functionCall.find('"', at);
+        const size_t close = open == npos ? npos : functionCall.find('"', open + 1);
+        if (close == npos) {
             Unbind();
             return false;
         }
-        std::string rest = functionCall.substr(at);
-        const size_t open = rest.find('"');
-        if (open == std::string::npos) {
-            Unbind();
-            return false;
-        }
-        rest = rest.substr(open + 1);
-        const size_t close = rest.find('"');
-        if (close == std::string::npos) {
-            Unbind();
-            return false;
-        }
-        gui.FunctionId = CInt(std::string_view(Trim(rest.substr(0, close))));
+        gui.FunctionId =
+            CInt(std::string_view(Trim(functionCall.substr(open + 1, close - open - 1))));
         d.lastShownState = 0;
 
         if (!dtm) Raise(vberr::ObjectRequired);
@@ -254,14 +244,12 @@ bool DTMGUI::Init(const std::string& invokeId, const std::string& functionCall,
             case 1:
                 AddNode("K1");
                 AddNode("K5");
-                SetTreeBackColor();
                 ShowPage("ucGeneral1", "K1");
                 PaintSelectedNode();
                 gui.LogEvent("FUNCID_CONFIGURE ausgew\xC3\xA4hlt");
                 break;
             case 2:
                 for (const NodeSlot& n : kNodes) AddNode(n.Key);
-                SetTreeBackColor();
                 ShowPage("ucGeneral1", "K1");
                 d.tree->SelectNode("K1");
                 PaintSelectedNode();
@@ -269,7 +257,6 @@ bool DTMGUI::Init(const std::string& invokeId, const std::string& functionCall,
                 break;
             case 3:
                 AddNode("K5");
-                SetTreeBackColor();
                 ShowPage("iolinkabout1", "K5");
                 PaintSelectedNode();
                 gui.LogEvent("FUNCID_ABOUT ausgew\xC3\xA4hlt");
@@ -289,7 +276,7 @@ bool DTMGUI::Init(const std::string& invokeId, const std::string& functionCall,
         if (d.currentPage) d.currentPage->RefreshContents(&gui);
         return result;
     } catch (const std::exception& e) {
-        services_.MsgBox("Register fehler: " + Describe(e), ui::msgbox::OkOnly, "");
+        services_.MsgBox(std::string("Register fehler: ") + e.what(), ui::msgbox::OkOnly, "");
         Unbind();
         return false;
     }
@@ -323,7 +310,7 @@ bool DTMGUI::PrepareControl() {
         Redraw();
         return true;
     } catch (const std::exception& e) {
-        services_.MsgBox(Describe(e), ui::msgbox::OkOnly, "");
+        services_.MsgBox(e.what(), ui::msgbox::OkOnly, "");
         return false;
     }
 }
@@ -380,7 +367,7 @@ void DTMGUI::NodeClicked(const std::string& key) {
         ShowPage(node->Page, key);
         if (d.gui && d.currentPage) d.currentPage->RefreshContents(d.gui.get());
     } catch (const std::exception& e) {
-        services_.MsgBox(Describe(e), ui::msgbox::OkOnly, "");
+        services_.MsgBox(e.what(), ui::msgbox::OkOnly, "");
     }
     PaintSelectedNode();
 }
@@ -423,18 +410,8 @@ void DTMGUI::PlugCheck(bool force, int32_t state, bool present) {
                 product.clear();
             }
         }
-        if (product.empty()) {
-            const std::string device = FindNewMaster(services_);
-            if (!device.empty()) {
-                gui.LogEvent("Neues Device gefunden: " + device);
-                if (!gui.DtmConnected) {
-                    gui.LogEvent("IsDtmConnected=FALSE");
-                    gui.SetActualDeviceIdentifier(device);
-                    gui.LogEvent("USB-Revision:" + gui.GetItem("USBRevision"));
-                    product = gui.GetItem("GetProduct");
-                }
-            }
-        }
+        if (product.empty() && pages::AdoptNewMaster(services_, gui))
+            product = gui.GetItem("GetProduct");
         d.lastProduct = product;
         ShowProduct(product.substr(0, 4), present);
     }

@@ -27,7 +27,6 @@ class DTMGUI : public ui::UserControl {
 
     // The binding, created on first use.
     ClsGUI& Gui();
-    ui::Services& GetServices() { return services_; }
 
     // The page shown in the page frame, or null.
     Page* CurrentPage() const;

@@ -26,9 +26,7 @@ int DaysIn(int year, int month) {
 
 // One field of the date: digits only, or -1.
 int DateField(const std::string& s) {
-    if (s.empty() || !std::all_of(s.begin(), s.end(), [](char c) { return c >= '0' && c <= '9'; }))
-        return -1;
-    return std::stoi(s);
+    return IsDigits(s) ? std::stoi(s) : -1;
 }
 
 // The date item has its numbers at fixed places: year 1-4, month 6-7, day from 9 (two

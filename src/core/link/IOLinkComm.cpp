@@ -46,6 +46,20 @@ int32_t ResultOnly(IGuiBridge& dtm, const std::string& command) {
     return IsOk(answer) ? 0 : FailureNumber(command, answer);
 }
 
+// The values of an answer "OK:<field>,<values>": the status word and the field before the comma
+// dropped.
+std::string ValuesPart(const std::string& answer) {
+    std::string rest = answer;
+    GetToken(rest, true, ":");
+    GetToken(rest, true, ",");
+    return rest;
+}
+
+// A count or status field: read as a 32-bit number, which must then fit 16 bits.
+int16_t ReadShort(std::string& rest) {
+    return CInt(int64_t{GetNumber(rest, true, false, " ")});
+}
+
 // Reads n values separated by blanks; a truncated answer runs out of fields and raises Type
 // mismatch instead of reading past the text.
 Values ReadValues(std::string& rest, int16_t n) {
@@ -77,7 +91,7 @@ int32_t IolRead(IGuiBridge& dtm, int16_t index, int16_t subindex, Values& data) 
     if (!IsOk(answer)) return FailureNumber(command, answer);
     data = Parse(command, answer, [&] {
         std::string rest = answer.substr(3);
-        const int16_t count = CInt(int64_t{GetNumber(rest, true, false, " ")});
+        const int16_t count = ReadShort(rest);
         return count > 0 ? ReadValues(rest, count) : Values{};
     });
     return 0;
@@ -96,9 +110,7 @@ int32_t IolGetMode(IGuiBridge& dtm, ModeRecord& mode) {
     if (!IsOk(answer)) return FailureNumber(command, answer);
     mode = Parse(command, answer, [&] {
         ModeRecord m = mode;
-        std::string rest = answer;
-        GetToken(rest, true, ":");
-        GetToken(rest, true, ",");
+        std::string rest = ValuesPart(answer);
         for (size_t i = 3; i < m.size(); ++i) m[i] = CByte(GetNumber(rest, true, false, " "));
         m[1] = ByteField(rest);
         m[2] = ByteField(rest);
@@ -111,19 +123,14 @@ int32_t IolGetMode(IGuiBridge& dtm, ModeRecord& mode) {
 int32_t IolTransferImage(IGuiBridge& dtm, const Values& outputs, Values& inputs, int16_t& status,
                          int16_t outputLength) {
     std::string command = "IOL::TransferImage Data=";
-    if (outputLength > 0) {
-        int16_t count = outputLength;
-        command += FormatBytes(outputs, kHex, count, "", false);
-    }
+    if (outputLength > 0) command += FormatBytes(outputs, kHex, outputLength, "", false);
     const std::string answer = Ask(dtm, command);
     if (!IsOk(answer)) return FailureNumber(command, answer);
     Parse(command, answer, [&] {
-        std::string rest = answer;
-        GetToken(rest, true, ":");
-        GetToken(rest, true, ",");
-        const int16_t count = CInt(int64_t{GetNumber(rest, true, false, " ")});
+        std::string rest = ValuesPart(answer);
+        const int16_t count = ReadShort(rest);
         Values received = count > 0 ? ReadValues(rest, count) : inputs;
-        const int16_t st = CInt(int64_t{GetNumber(rest, true, false, " ")});
+        const int16_t st = ReadShort(rest);
         inputs = std::move(received);
         status = st;
     });
@@ -135,10 +142,8 @@ int32_t IolReadOutputImage(IGuiBridge& dtm, Values& outputs, int16_t length) {
     const std::string answer = Ask(dtm, command);
     if (!IsOk(answer)) return FailureNumber(command, answer);
     Parse(command, answer, [&] {
-        std::string rest = answer;
-        GetToken(rest, true, ":");
-        GetToken(rest, true, ",");
-        const int16_t count = CInt(int64_t{GetNumber(rest, true, false, " ")});
+        std::string rest = ValuesPart(answer);
+        const int16_t count = ReadShort(rest);
         // Sized by the caller's length, not by the count the master sends.
         if (count >= 1) outputs = ReadValues(rest, length);
     });

@@ -37,6 +37,13 @@ bool Contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
 
+// Whether an upper-cased inventory id names one of the supported models.
+bool IsSupportedId(std::string_view id) {
+    for (const ProductInfo& p : kProducts)
+        if (Contains(id, p.PnpId)) return true;
+    return false;
+}
+
 }  // namespace
 
 const std::vector<ProductInfo>& ProductTable() {
@@ -68,14 +75,13 @@ std::string PortOfName(std::string_view name) {
 bool IsMasterPresent(ui::Services& services, std::string_view idAndPort) {
     const std::string product = "PID_" + UCase(idAndPort.substr(0, 4));
     const std::string port = UCase(idAndPort.size() > 4 ? idAndPort.substr(4) : std::string_view{});
-    bool present = false;
     for (const ui::InventoryRecord& record : ReadInventory(services)) {
         const std::string id = UCase(record.DeviceID);
         if (!Contains(id, kVendorIdFragment) || !Contains(id, product)) continue;
         const std::string name = PortOfName(record.Name);
-        if (!name.empty() && UCase(name) == port) present = true;
+        if (!name.empty() && UCase(name) == port) return true;
     }
-    return present;
+    return false;
 }
 
 bool ListMasters(ui::Services& services, int16_t language, PortList& list, bool& changed) {
@@ -94,10 +100,7 @@ bool ListMasters(ui::Services& services, int16_t language, PortList& list, bool&
         const std::string port = PortOfName(record.Name);
         if (marker == std::string::npos || port.empty()) continue;
         const std::string before = record.Name.substr(0, marker);
-        bool supported = false;
-        for (const ProductInfo& p : kProducts)
-            if (Contains(id, p.PnpId)) supported = true;
-        if (supported) {
+        if (IsSupportedId(id)) {
             add(port, RTrim(before));
         } else if (Contains(record.Name, kGenericMasterName) ||
                    Contains(record.Name, kGenericMasterNameAlt)) {
@@ -117,12 +120,9 @@ bool ListMasters(ui::Services& services, int16_t language, PortList& list, bool&
 std::string FindNewMaster(ui::Services& services) {
     for (const ui::InventoryRecord& record : ReadInventory(services)) {
         const std::string id = UCase(record.DeviceID);
-        if (!Contains(id, kVendorIdFragment)) continue;
-        for (const ProductInfo& p : kProducts) {
-            if (!Contains(id, p.PnpId)) continue;
-            const std::string port = PortOfName(record.Name);
-            if (!port.empty()) return port;
-        }
+        if (!Contains(id, kVendorIdFragment) || !IsSupportedId(id)) continue;
+        const std::string port = PortOfName(record.Name);
+        if (!port.empty()) return port;
     }
     return {};
 }

@@ -136,8 +136,7 @@ int ParseBytes(std::string_view text, int form, int width, Values& out, int16_t&
         const bool wide = form == kDecimal && width == 2 && pair;
         if (form == kDecimal) {
             const size_t maxDigits = wide ? 5 : 3;
-            if (field.empty() || field.size() > maxDigits || !AllOf(field, IsDigit))
-                return kParseMismatch;
+            if (field.size() > maxDigits || !IsDigits(field)) return kParseMismatch;
             const long v = std::strtol(field.c_str(), nullptr, 10);
             if (v >= (wide ? 65536 : 256)) return kParseMismatch;
             if (wide) {
@@ -239,7 +238,7 @@ bool ParseIndex(std::string_view text, int32_t max, int32_t& value) {
         if (digits.size() > maxDigits || !AllOf(digits, IsHexDigit)) return false;
         v = std::strtoll(digits.c_str(), nullptr, 16);
     } else {
-        if (t.size() > Str(int64_t{max}).size() || !AllOf(t, IsDigit)) return false;
+        if (t.size() > Str(int64_t{max}).size() || !IsDigits(t)) return false;
         v = std::strtoll(t.c_str(), nullptr, 10);
     }
     if (v > max) return false;

@@ -220,6 +220,13 @@ size_t IFind(std::string_view haystack, std::string_view needle, size_t from) {
     return std::string_view::npos;
 }
 
+bool IsDigits(std::string_view text) {
+    if (text.empty()) return false;
+    for (char c : text)
+        if (!IsDigit(c)) return false;
+    return true;
+}
+
 std::string LTrim(std::string_view text) {
     size_t b = 0;
     while (b < text.size() && text[b] == ' ') ++b;

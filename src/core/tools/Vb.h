@@ -75,6 +75,9 @@ std::string LCase(std::string_view text);
 // Position of needle in haystack ignoring case, or npos.
 size_t IFind(std::string_view haystack, std::string_view needle, size_t from = 0);
 
+// Whether text is one or more of the digits 0-9 and nothing else (no sign, no blanks).
+bool IsDigits(std::string_view text);
+
 // Trim blanks (the space character only), as the runtime's Trim does.
 std::string Trim(std::string_view text);
 std::string LTrim(std::string_view text);

@@ -95,6 +95,15 @@ TEST(VbText, CaseTrimAndMid) {
     EXPECT_EQ(ErrorOf([] { Mid("abc", 0); }), vberr::InvalidProcedureCall);
 }
 
+// Index, date and position fields lean on this: anything a number parser would still accept
+// (sign, blanks, hex, nothing at all) must not pass as digits.
+TEST(VbText, DigitsOnly) {
+    EXPECT_TRUE(IsDigits("0"));
+    EXPECT_TRUE(IsDigits("0123456789"));
+    for (const char* text : {"", " 1", "1 ", "+1", "-1", "1.0", "&H1", "0x1", "1e3", "\xD9\xA1"})
+        EXPECT_FALSE(IsDigits(text)) << text;
+}
+
 TEST(VbCodePage, Windows1252RoundTrip) {
     EXPECT_EQ(Cp1252Char(0xE4), "ä");
     EXPECT_EQ(Cp1252Char(0x80), "€");

@@ -8,6 +8,8 @@ namespace kestrova::ui {
 
 namespace {
 constexpr int32_t kInvalidPropertyValue = 380;
+constexpr int32_t kIndexOutOfBounds = 35600;
+constexpr int32_t kElementNotFound = 35601;
 constexpr int32_t kKeyNotUnique = 35602;
 }  // namespace
 
@@ -109,10 +111,6 @@ Control::Control(Kind kind, std::string name, int index)
                        kind == Kind::ListView;
     backColor_ = field ? syscolor::Window : syscolor::ButtonFace;
     foreColor_ = field ? syscolor::WindowText : syscolor::ButtonText;
-    if (kind == Kind::Timer) {
-        interval_ = 0;
-        enabled_ = true;
-    }
 }
 
 Control::~Control() = default;
@@ -170,10 +168,7 @@ Control* Control::Resolve(std::string_view path) {
         if (open != std::string_view::npos) {
             if (part.back() != ')') return nullptr;
             const std::string_view digits = part.substr(open + 1, part.size() - open - 2);
-            if (digits.empty() || digits.size() > 4 ||
-                !std::all_of(digits.begin(), digits.end(),
-                             [](char d) { return d >= '0' && d <= '9'; }))
-                return nullptr;
+            if (digits.size() > 4 || !IsDigits(digits)) return nullptr;
             index = std::stoi(std::string(digits));
             part = part.substr(0, open);
         }
@@ -460,7 +455,7 @@ TreeNode* Control::FindNode(std::string_view key) {
 
 void Control::SetNodeText(std::string_view key, std::string text) {
     TreeNode* n = FindNode(key);
-    if (!n) Raise(35601, "Element not found");
+    if (!n) Raise(kElementNotFound, "Element not found");
     if (n->Text == text) return;
     n->Text = std::move(text);
     Notify(Prop::Nodes);
@@ -468,7 +463,7 @@ void Control::SetNodeText(std::string_view key, std::string text) {
 
 void Control::SetNodeColors(std::string_view key, Color back, Color fore) {
     TreeNode* n = FindNode(key);
-    if (!n) Raise(35601, "Element not found");
+    if (!n) Raise(kElementNotFound, "Element not found");
     if (n->BackColor == back && n->ForeColor == fore) return;
     n->BackColor = back;
     n->ForeColor = fore;
@@ -476,7 +471,7 @@ void Control::SetNodeColors(std::string_view key, Color back, Color fore) {
 }
 
 void Control::SelectNode(std::string_view key) {
-    if (!FindNode(key)) Raise(35601, "Element not found");
+    if (!FindNode(key)) Raise(kElementNotFound, "Element not found");
     if (selectedKey_ == key) return;
     selectedKey_ = std::string(key);
     Notify(Prop::Nodes);
@@ -500,7 +495,7 @@ void Control::AddRow(std::vector<std::string> cells) {
 }
 
 void Control::RemoveRow(size_t position) {
-    if (position < 1 || position > rows_.size()) Raise(35600, "Index out of bounds");
+    if (position < 1 || position > rows_.size()) Raise(kIndexOutOfBounds, "Index out of bounds");
     rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(position - 1));
     Notify(Prop::ListItems);
 }
@@ -517,14 +512,14 @@ void Control::AddPanel(std::string text, int32_t width) {
 }
 
 void Control::SetPanelText(size_t position, std::string text) {
-    if (position < 1 || position > panels_.size()) Raise(35600, "Index out of bounds");
+    if (position < 1 || position > panels_.size()) Raise(kIndexOutOfBounds, "Index out of bounds");
     if (panels_[position - 1].Text == text) return;
     panels_[position - 1].Text = std::move(text);
     Notify(Prop::Panels);
 }
 
 void Control::SetPanelPicture(size_t position, std::string picture) {
-    if (position < 1 || position > panels_.size()) Raise(35600, "Index out of bounds");
+    if (position < 1 || position > panels_.size()) Raise(kIndexOutOfBounds, "Index out of bounds");
     if (panels_[position - 1].Picture == picture) return;
     panels_[position - 1].Picture = std::move(picture);
     Notify(Prop::Panels);
@@ -537,10 +532,11 @@ void Control::UserClick() {
             SetValue(value_ == 1 ? 0 : 1);
             break;
         case Kind::OptionButton:
-            if (value_)
-                Click ? Click() : void();  // clicking the chosen option fires again, as it does
-            else
+            // Clicking the chosen option fires Click again without a value change.
+            if (!value_)
                 SetValue(1);
+            else if (Click)
+                Click();
             break;
         default:
             if (Click) Click();

@@ -288,9 +288,7 @@ Selector Parse(std::string_view name) {
 
 std::optional<size_t> Position(std::string_view text) {
     const std::string t = Trim(text);
-    if (t.empty() || t.size() > 9) return std::nullopt;
-    for (char ch : t)
-        if (ch < '0' || ch > '9') return std::nullopt;
+    if (t.size() > 9 || !IsDigits(t)) return std::nullopt;
     return static_cast<size_t>(std::stoul(t));
 }
 

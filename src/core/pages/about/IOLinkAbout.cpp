@@ -1,6 +1,7 @@
 #include "pages/about/IOLinkAbout.h"
 
 #include "link/ClsGUI.h"
+#include "pages/common/PanelSupport.h"
 #include "tools/Discovery.h"
 #include "tools/TextHelpers.h"
 
@@ -45,36 +46,31 @@ bool NoMaster(const std::string& productId) {
 
 IOLinkAbout::IOLinkAbout(ui::Services& services, std::string name)
     : Page(services, std::move(name)), services_(services) {
-    auto label = [this](const char* n, int32_t l, int32_t t, int32_t w, int32_t h,
-                        const char* caption = "") -> ui::Control& {
-        return AddAt(ui::Kind::Label, n, l, t, w, h, caption);
-    };
+    using ui::Kind;
     AddTitle("Label1", "About");
 
-    AddAt(ui::Kind::Frame, "Frame1", 120, 540, 6600, 1200, "DTM Identification");
-    label("Label3", 360, 870, 1800, 255, "DTM Version");
-    label("Label6", 2280, 870, 4200, 255);
-    label("Label4", 360, 1230, 1800, 255, "Date");
-    label("Label7", 2280, 1230, 4200, 255);
+    AddAt(Kind::Frame, "Frame1", 120, 540, 6600, 1200, "DTM Identification");
+    AddAt(Kind::Label, "Label3", 360, 870, 1800, 255, "DTM Version");
+    AddAt(Kind::Label, "Label6", 2280, 870, 4200, 255);
+    AddAt(Kind::Label, "Label4", 360, 1230, 1800, 255, "Date");
+    AddAt(Kind::Label, "Label7", 2280, 1230, 4200, 255);
 
-    AddAt(ui::Kind::Frame, "Frame2", 120, 1920, 6600, 1680, "Vendor information");
-    label("Label5", 360, 2250, 1800, 255, "Device");
-    label("LabelVendor", 2280, 2250, 4200, 510);
-    label("LabelService", 2280, 2850, 4200, 255);
-    label("LabelUrl", 2280, 3210, 4200, 255);
+    AddAt(Kind::Frame, "Frame2", 120, 1920, 6600, 1680, "Vendor information");
+    AddAt(Kind::Label, "Label5", 360, 2250, 1800, 255, "Device");
+    AddAt(Kind::Label, "LabelVendor", 2280, 2250, 4200, 510);
+    AddAt(Kind::Label, "LabelService", 2280, 2850, 4200, 255);
+    AddAt(Kind::Label, "LabelUrl", 2280, 3210, 4200, 255);
 
-    ui::Control& sheet = AddControl(ui::Kind::CommandButton, "Command1");
-    sheet.Move(120, 3780, 2400, 375);
-    sheet.SetCaption("Open data sheet..");
-    sheet.Click = [this] {
-        try {
-            OpenDataSheet();
-        } catch (const std::exception& e) {
-            services_.MsgBox(e.what(), ui::msgbox::OkOnly, "");
-        }
-    };
+    AddAt(Kind::CommandButton, "Command1", 120, 3780, 2400, 375, "Open data sheet..").Click =
+        [this] {
+            try {
+                OpenDataSheet();
+            } catch (const std::exception& e) {
+                services_.MsgBox(e.what(), ui::msgbox::OkOnly, "");
+            }
+        };
 
-    timer_ = &AddControl(ui::Kind::Timer, "Timer1");
+    timer_ = &AddControl(Kind::Timer, "Timer1");
     timer_->SetInterval(kInterval);
     timer_->SetEnabled(false);
     timer_->OnTimer = [this] { Tick(); };
@@ -176,15 +172,7 @@ void IOLinkAbout::Tick() {
             FillVendorBlock(productId);
             shownProduct_ = productId;
         } else if (NoMaster(productId)) {
-            const std::string device = FindNewMaster(services_);
-            if (!device.empty()) {
-                Log("Neues Device gefunden: " + device);
-                if (!gui_->DtmConnected) {
-                    Log("IsDtmConnected=FALSE");
-                    gui_->SetActualDeviceIdentifier(device);
-                    Log("USB-Revision:" + gui_->GetItem("USBRevision"));
-                }
-            }
+            pages::AdoptNewMaster(services_, *gui_);
         }
     } catch (const std::exception&) {
         // An error ends the tick; the next one tries again.

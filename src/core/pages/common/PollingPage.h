@@ -28,7 +28,6 @@ class PollingPage : public Page {
 
     IOLinkCommunication& Communication() { return communication_; }
     UCEventData& Events() { return events_; }
-    int16_t LastState() const { return lastState_; }
 
   protected:
     PollingPage(ui::Services& services, std::string name, const LabelText& title);

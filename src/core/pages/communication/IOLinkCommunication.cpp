@@ -49,58 +49,35 @@ IOLinkCommunication::IOLinkCommunication(ui::Services& services, std::string nam
     using ui::Kind;
     Move(0, 0, 3825, 2295);
 
-    auto& title = AddControl(Kind::Label, "Label1");
-    title.Move(120, 60, 3585, 255);
-    title.SetCaption("IO-Link Communication");
-    title.SetFontBold(true);
+    AddAt(Kind::Label, "Label1", 120, 60, 3585, 255, "IO-Link Communication").SetFontBold(true);
+    AddAt(Kind::Frame, "Frame2", 120, 360, 3585, 1815, "IO-Link Mode");
 
-    auto& frame = AddControl(Kind::Frame, "Frame2");
-    frame.Move(120, 360, 3585, 1815);
-    frame.SetCaption("IO-Link Mode");
-
-    auto& target = AddControl(Kind::Label, "Label3");
-    target.Move(240, 630, 1335, 255);
-    target.SetCaption("Target cycle time");
-    auto& textTarget = AddControl(Kind::TextBox, "TextTarget");
-    textTarget.Move(1620, 600, 735, 285);
-
-    auto& error = AddControl(Kind::Label, "LabelError");
-    error.Move(2430, 630, 1215, 255);
-    error.SetCaption("falsches Format");
+    AddAt(Kind::Label, "Label3", 240, 630, 1335, 255, "Target cycle time");
+    auto& textTarget = AddAt(Kind::TextBox, "TextTarget", 1620, 600, 735, 285);
+    auto& error = AddAt(Kind::Label, "LabelError", 2430, 630, 1215, 255, "falsches Format");
     error.SetForeColor(ui::Rgb(255, 0, 0));
     error.SetToolTipText("Wrong number format");
     error.SetVisible(false);
 
-    auto& actual = AddControl(Kind::Label, "Label7");
-    actual.Move(240, 990, 1335, 255);
-    actual.SetCaption("Actual cycle time");
-    auto& textActual = AddControl(Kind::TextBox, "TextActual");
-    textActual.Move(1620, 960, 735, 285);
+    AddAt(Kind::Label, "Label7", 240, 990, 1335, 255, "Actual cycle time");
+    auto& textActual = AddAt(Kind::TextBox, "TextActual", 1620, 960, 735, 285);
     textActual.SetLocked(true);
     textActual.SetBackColor(kLockedBack);
 
-    auto& start = AddControl(Kind::CommandButton, "BTStart");
-    start.Move(240, 1350, 1635, 375);
-    start.SetCaption("Start Communication");
-    auto& fallback = AddControl(Kind::CommandButton, "BTFallback");
-    fallback.Move(1995, 1350, 1635, 375);
-    fallback.SetCaption("Fallback to SIO Input");
+    auto& start =
+        AddAt(Kind::CommandButton, "BTStart", 240, 1350, 1635, 375, "Start Communication");
+    auto& fallback =
+        AddAt(Kind::CommandButton, "BTFallback", 1995, 1350, 1635, 375, "Fallback to SIO Input");
 
-    auto lamp = [this](const char* name, int32_t left) -> ui::Control& {
-        auto& shape = AddControl(Kind::Shape, name);
-        shape.Move(left, 1830, 195, 195);
+    auto lamp = [this](const char* name, int32_t left) {
+        auto& shape = AddAt(Kind::Shape, name, left, 1830, 195, 195);
         shape.SetShapeKind(ui::kCircle);
         shape.SetFillColor(kDarkGrey);
-        return shape;
     };
     lamp("ShapeConnected", 240);
-    auto& connected = AddControl(Kind::Label, "Label4");
-    connected.Move(510, 1800, 1575, 255);
-    connected.SetCaption("Communication");
+    AddAt(Kind::Label, "Label4", 510, 1800, 1575, 255, "Communication");
     lamp("ShapeSIO", 2160);
-    auto& sio = AddControl(Kind::Label, "Label5");
-    sio.Move(2430, 1800, 1200, 255);
-    sio.SetCaption("SIO Mode");
+    AddAt(Kind::Label, "Label5", 2430, 1800, 1200, 255, "SIO Mode");
 
     textTarget.Change = [this] { TextTargetChange(); };
     start.Click = [this] { StartClick(); };
@@ -163,8 +140,7 @@ void IOLinkCommunication::FallbackClick() {
     pages::OnScopeExit restart([this] { RaiseChangeTimer(true); });
     if (!gui_) return;
     try {
-        for (int i = 0; i < 10 && gui_->Device.UpdateEvents(); ++i) {
-        }
+        pages::FetchEvents(gui_->Device, 10);
         gui_->CheckOnlineState();
         gui_->Device.SetFallback();
     } catch (const std::exception& e) {

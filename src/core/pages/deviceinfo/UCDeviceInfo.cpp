@@ -58,22 +58,17 @@ UCDeviceInfo::UCDeviceInfo(ui::Services& services, std::string name)
 
     AddTitle("Label1", "Connected Device");
 
+    // A caption sits a little lower than the read-only field it names.
     auto caption = [this](const char* name, const char* text, int32_t left, int32_t top,
-                          int32_t width) -> ui::Control& {
-        auto& label = AddControl(Kind::Label, name);
-        label.Move(left, top + 30, width, 255);
-        label.SetCaption(text);
-        return label;
+                          int32_t width) {
+        AddAt(Kind::Label, name, left, top + 30, width, 255, text);
     };
     auto field = [this](const char* name, int32_t left, int32_t top, int32_t width) {
-        auto& text = AddControl(Kind::TextBox, name);
-        text.Move(left, top, width, 285);
-        text.SetLocked(true);
+        AddAt(Kind::TextBox, name, left, top, width, 285).SetLocked(true);
     };
 
     // Identification: names on the left, ids in hex and decimal on the right.
-    AddControl(Kind::Frame, "Frame1").Move(120, 420, 7590, 1560);
-    C("Frame1").SetCaption("Device Identification");
+    AddAt(Kind::Frame, "Frame1", 120, 420, 7590, 1560, "Device Identification");
     caption("LabelDez", "dec", 6615, 450, 975);
     const struct {
         const char *label, *caption, *name, *idLabel, *idCaption, *hex, *dec;
@@ -95,8 +90,7 @@ UCDeviceInfo::UCDeviceInfo(ui::Services& services, std::string name)
     }
 
     // Communication parameters below, the IO-Link communication panel beside them.
-    AddControl(Kind::Frame, "Frame2").Move(120, 2040, 3640, 2340);
-    C("Frame2").SetCaption("Communication Parameters");
+    AddAt(Kind::Frame, "Frame2", 120, 2040, 3640, 2340, "Communication Parameters");
     caption("Label15", "IO-Link Revision", 240, 2310, 2100);
     field("TextRevision", 2400, 2310, 675);
     caption("Label17", "min. Cycle Time", 240, 2640, 2100);
@@ -110,9 +104,8 @@ UCDeviceInfo::UCDeviceInfo(ui::Services& services, std::string name)
     field("TextOutLength", 2400, 3630, 675);
     caption("LabelOutLen", "", 3120, 3630, 480);
     caption("Label26", "SIO support", 240, 3960, 2100);
-    auto& sio = AddControl(Kind::CheckBox, "CheckSIO");
-    sio.Move(2400, 3960, 255, 255);
-    sio.SetEnabled(false);  // shows what the device supports; not a setting
+    // Shows what the device supports; not a setting.
+    AddAt(Kind::CheckBox, "CheckSIO", 2400, 3960, 255, 255).SetEnabled(false);
 
     timer_.OnTimer = [this] { Tick(); };
     // The panel stops the polling while it changes the mode and asks for a tick at once after.
@@ -208,10 +201,7 @@ void UCDeviceInfo::Tick() {
     if (!timer_.Enabled()) return;
     timer_.SetEnabled(false);
 
-    pages::TryStep([this] {
-        for (int i = 0; i < 10 && gui_->Device.UpdateEvents(); ++i) {
-        }
-    });
+    pages::TryStep([this] { pages::FetchEvents(gui_->Device, 10); });
     pages::TryStep([this] { gui_->CheckOnlineState(); });
     const int16_t state = gui_->ConnectionStateCode;
     pages::TryStep([&] { communication_.SetConnectionState(state, pages::ModeReadOnly(*gui_)); });

@@ -58,25 +58,19 @@ UCEventData::UCEventData(ui::Services& services, std::string name)
     using ui::Kind;
     Move(0, 0, 7590, 2325);
 
-    auto& frame = AddControl(Kind::Frame, "Frame2");
-    frame.Move(0, 0, 7590, 2325);
-    frame.SetCaption("Event data");
+    AddAt(Kind::Frame, "Frame2", 0, 0, 7590, 2325, "Event data");
 
-    auto& list = AddControl(Kind::ListView, "ListView1");
-    list.Move(120, 270, 5895, 1935);
+    auto& list = AddAt(Kind::ListView, "ListView1", 120, 270, 5895, 1935);
     const char* const heads[] = {"Number", "Instance", "Mode", "Event Code", "Hex values"};
     const int32_t widths[] = {750, 800, 1200, 2000, 1050};
     for (int i = 0; i < 5; ++i) list.AddColumn(heads[i], widths[i]);
 
-    auto& clear = AddControl(Kind::CommandButton, "Command1");
-    clear.Move(6135, 270, 1335, 375);
-    clear.SetCaption("Clear Events");
-    auto& save = AddControl(Kind::CommandButton, "Command2");
-    save.Move(6135, 750, 1335, 375);
-    save.SetCaption("Save Events");
-
-    clear.Click = [this] { ClearClick(); };
-    save.Click = [this] { SaveClick(); };
+    AddAt(Kind::CommandButton, "Command1", 6135, 270, 1335, 375, "Clear Events").Click = [this] {
+        ClearClick();
+    };
+    AddAt(Kind::CommandButton, "Command2", 6135, 750, 1335, 375, "Save Events").Click = [this] {
+        SaveClick();
+    };
 }
 
 void UCEventData::RaiseChangeTimer(bool enable) {
@@ -116,10 +110,7 @@ void UCEventData::AddRow(const ClsEvent& event) {
 void UCEventData::ActualizeEvents(ClsDevice& device, int maxEvents) {
     if (!gui_) return;
     // Events are listed even when fetching stops half way; the rest comes on a later tick.
-    pages::TryStep([&] {
-        for (int taken = 0; taken < maxEvents && device.UpdateEvents(); ++taken) {
-        }
-    });
+    pages::TryStep([&] { pages::FetchEvents(device, maxEvents); });
     // The events newer than the newest listed sit at the end of the proxy's list.
     int16_t first = static_cast<int16_t>(std::min<int>(device.EventCount, ClsDevice::kMaxEvents));
     while (first >= 1 && device.GetEvent(first).Number > newestListed_) --first;

@@ -1,6 +1,7 @@
 #include "pages/general/UCGeneral.h"
 
 #include "link/ClsGUI.h"
+#include "pages/common/PanelSupport.h"
 #include "tools/TextHelpers.h"
 #include "tools/Vb.h"
 
@@ -40,34 +41,27 @@ bool InUseState(int16_t state) {
 
 UCGeneral::UCGeneral(ui::Services& services, std::string name)
     : Page(services, std::move(name)), services_(services) {
-    auto label = [this](const char* n, int32_t l, int32_t t, int32_t w, int32_t h,
-                        const char* caption = "") -> ui::Control& {
-        return AddAt(ui::Kind::Label, n, l, t, w, h, caption);
-    };
+    using ui::Kind;
     AddTitle("Information", "General Information");
 
-    AddAt(ui::Kind::Frame, "Frame1", 120, 540, 6600, 1560, "Information");
-    label("Label2", 360, 870, 1500, 255, "Master");
-    label("Label15", 1980, 870, 4560, 255);
-    label("Label3", 360, 1230, 1500, 255, "Part Number");
-    label("Label14", 1980, 1230, 4560, 255);
-    label("Label4", 360, 1590, 1500, 255, "Revision");
-    label("Label13", 1980, 1590, 4560, 255);
+    AddAt(Kind::Frame, "Frame1", 120, 540, 6600, 1560, "Information");
+    AddAt(Kind::Label, "Label2", 360, 870, 1500, 255, "Master");
+    AddAt(Kind::Label, "Label15", 1980, 870, 4560, 255);
+    AddAt(Kind::Label, "Label3", 360, 1230, 1500, 255, "Part Number");
+    AddAt(Kind::Label, "Label14", 1980, 1230, 4560, 255);
+    AddAt(Kind::Label, "Label4", 360, 1590, 1500, 255, "Revision");
+    AddAt(Kind::Label, "Label13", 1980, 1590, 4560, 255);
 
-    AddAt(ui::Kind::Frame, "Frame2", 120, 2280, 6600, 1560, "USB Communication");
-    label("Label7", 360, 2670, 1500, 255, "Port");
-    combo_ = &AddControl(ui::Kind::ComboBox, "CBComPorts");
-    combo_->Move(1980, 2610, 2400, 315);
-    ui::Control& update = AddControl(ui::Kind::CommandButton, "Command1");
-    update.Move(4560, 2580, 1440, 375);
-    update.SetCaption("Update");
-    ui::Control& lamp = AddControl(ui::Kind::Shape, "ShapeConnected");
-    lamp.Move(360, 3180, 255, 255);
+    AddAt(Kind::Frame, "Frame2", 120, 2280, 6600, 1560, "USB Communication");
+    AddAt(Kind::Label, "Label7", 360, 2670, 1500, 255, "Port");
+    combo_ = &AddAt(Kind::ComboBox, "CBComPorts", 1980, 2610, 2400, 315);
+    ui::Control& update = AddAt(Kind::CommandButton, "Command1", 4560, 2580, 1440, 375, "Update");
+    ui::Control& lamp = AddAt(Kind::Shape, "ShapeConnected", 360, 3180, 255, 255);
     lamp.SetShapeKind(ui::kCircle);
     lamp.SetFillColor(kDarkGrey);
-    label("Label6", 780, 3180, 4200, 255, "Not connected");
+    AddAt(Kind::Label, "Label6", 780, 3180, 4200, 255, "Not connected");
 
-    timer_ = &AddControl(ui::Kind::Timer, "Timer1");
+    timer_ = &AddControl(Kind::Timer, "Timer1");
     timer_->SetInterval(kInterval);
     timer_->SetEnabled(false);
     timer_->OnTimer = [this] { Tick(); };
@@ -81,15 +75,13 @@ void UCGeneral::UserAction(Fn&& fn) {
         fn();  // part of a running handler: its caller sees the failure
         return;
     }
-    ++handlerDepth_;
     try {
+        ++handlerDepth_;
+        pages::OnScopeExit leave([this] { --handlerDepth_; });
         fn();
     } catch (const std::exception& e) {
-        --handlerDepth_;
         services_.MsgBox(e.what(), ui::msgbox::OkOnly, "");
-        return;
     }
-    --handlerDepth_;
 }
 
 void UCGeneral::OnShow() {
@@ -111,13 +103,8 @@ void UCGeneral::RefreshContents(ClsGUI* gui) {
     Log("RefreshContents:Start");
     if (combo_->ListIndex() >= 0) {
         ++handlerDepth_;
-        try {
-            ComboClick();
-        } catch (...) {
-            --handlerDepth_;
-            throw;
-        }
-        --handlerDepth_;
+        pages::OnScopeExit leave([this] { --handlerDepth_; });
+        ComboClick();
     }
     timer_->SetEnabled(true);
 }
@@ -195,13 +182,8 @@ void UCGeneral::RaiseCheckProduct(const char* trace, bool force, bool present) {
     // No tick may run inside the frame's handler.
     const bool was = timer_->Enabled();
     timer_->SetEnabled(false);
-    try {
-        if (CheckProduct) CheckProduct(force, gui_->ConnectionStateCode, present);
-    } catch (...) {
-        timer_->SetEnabled(was);
-        throw;
-    }
-    timer_->SetEnabled(was);
+    pages::OnScopeExit restore([this, was] { timer_->SetEnabled(was); });
+    if (CheckProduct) CheckProduct(force, gui_->ConnectionStateCode, present);
 }
 
 void UCGeneral::Tick() {
@@ -213,11 +195,7 @@ void UCGeneral::Tick() {
         EnsureLabels();
         // Events waiting in the master are fetched here; a failing fetch must not stop the
         // supervision of the link.
-        try {
-            for (int i = 0; i < 10 && gui_->Device.UpdateEvents(); ++i) {
-            }
-        } catch (const std::exception&) {
-        }
+        pages::TryStep([this] { pages::FetchEvents(gui_->Device, 10); });
         gui_->CheckOnlineState();
         const int16_t state = gui_->ConnectionStateCode;
         SetConnectionState(state);
@@ -257,16 +235,12 @@ void UCGeneral::UpdateClick() {
     if (!gui_) return;
     timer_->SetEnabled(false);
     ++handlerDepth_;
-    try {
-        EnsureLabels();
-        RefreshBoards();
-    } catch (...) {
+    pages::OnScopeExit leave([this] {
         --handlerDepth_;
         timer_->SetEnabled(true);
-        throw;
-    }
-    --handlerDepth_;
-    timer_->SetEnabled(true);
+    });
+    EnsureLabels();
+    RefreshBoards();
 }
 
 void UCGeneral::FillCombo() {

@@ -64,40 +64,22 @@ UCParameter::UCParameter(ui::Services& /*services*/, std::string name)
     using ui::Kind;
     Move(0, 0, 3640, 2580);
 
-    auto& frame = AddControl(Kind::Frame, "Frame1");
-    frame.Move(0, 0, 3640, 2580);
-    frame.SetCaption("Parameter data");
-
-    auto label = [this](const char* name, const char* caption, int32_t left, int32_t top,
-                        int32_t width) -> ui::Control& {
-        auto& l = AddControl(Kind::Label, name);
-        l.Move(left, top, width, 255);
-        l.SetCaption(caption);
-        return l;
-    };
-    auto text = [this](const char* name, int32_t left, int32_t top, int32_t width) {
-        AddControl(Kind::TextBox, name).Move(left, top, width, 285);
-    };
+    AddAt(Kind::Frame, "Frame1", 0, 0, 3640, 2580, "Parameter data");
 
     // Index, subindex and button on one line, the data below it; reading above writing.
-    label("Label4", "Index", 120, 240, 735);
-    label("Label3", "Subindex", 900, 240, 855);
-    text("TextRdIndex", 120, 480, 735);
-    text("TextRdSubIndex", 900, 480, 735);
-    auto& read = AddControl(Kind::CommandButton, "Command1");
-    read.Move(1680, 450, 1035, 345);
-    read.SetCaption("Read");
-    text("TextRd", 120, 840, 3400);
-    C("TextRd").SetLocked(true);
+    AddAt(Kind::Label, "Label4", 120, 240, 735, 255, "Index");
+    AddAt(Kind::Label, "Label3", 900, 240, 855, 255, "Subindex");
+    AddAt(Kind::TextBox, "TextRdIndex", 120, 480, 735, 285);
+    AddAt(Kind::TextBox, "TextRdSubIndex", 900, 480, 735, 285);
+    auto& read = AddAt(Kind::CommandButton, "Command1", 1680, 450, 1035, 345, "Read");
+    AddAt(Kind::TextBox, "TextRd", 120, 840, 3400, 285).SetLocked(true);
 
-    text("TextWrIndex", 120, 1200, 735);
-    text("TextWrSubIndex", 900, 1200, 735);
-    auto& write = AddControl(Kind::CommandButton, "Command2");
-    write.Move(1680, 1170, 1035, 345);
-    write.SetCaption("Write");
-    text("TextWr", 120, 1560, 3400);
+    AddAt(Kind::TextBox, "TextWrIndex", 120, 1200, 735, 285);
+    AddAt(Kind::TextBox, "TextWrSubIndex", 900, 1200, 735, 285);
+    auto& write = AddAt(Kind::CommandButton, "Command2", 1680, 1170, 1035, 345, "Write");
+    AddAt(Kind::TextBox, "TextWr", 120, 1560, 3400, 285);
 
-    label("Label8", "Display", 120, 1950, 615);
+    AddAt(Kind::Label, "Label8", 120, 1950, 615, 255, "Display");
     const char* const optionCaptions[] = {"decimal", "hex", "binary", "asc"};
     const int32_t optionLeft[] = {750, 1605, 2160, 2895};
     const int32_t optionWidth[] = {855, 555, 735, 615};
@@ -109,8 +91,8 @@ UCParameter::UCParameter(ui::Services& /*services*/, std::string name)
     C("Option1", 0).SetValue(1);
     lastFormat_ = Format();
 
-    label("Label2", "Error", 120, 2250, 615);
-    label("LabelError", "", 750, 2250, 2775);
+    AddAt(Kind::Label, "Label2", 120, 2250, 615, 255, "Error");
+    AddAt(Kind::Label, "LabelError", 750, 2250, 2775, 255);
 
     read.Click = [this] { RaiseRequest(kReasonRead); };
     write.Click = [this] { RaiseRequest(kReasonWrite); };

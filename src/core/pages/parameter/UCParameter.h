@@ -35,7 +35,6 @@ class UCParameter : public ui::UserControl {
 
     // Display form of the chosen Option1 button (0 decimal, 1 hex, 2 binary, 3 characters).
     int Format() const;
-    const Values& LastEditData() const { return lastEdit_; }
 
     // Raised with true and the reason code when the panel needs the device.
     std::function<void(bool enable, int16_t reason)> ChangeTimer;

@@ -34,18 +34,14 @@ UCProcessData::UCProcessData(ui::Services& services, std::string name)
     using ui::Kind;
     Move(0, 0, 3640, 2580);
 
-    auto& frame = AddControl(Kind::Frame, "Frame1");
-    frame.Move(0, 0, 3640, 2580);
-    frame.SetCaption("Process data");
+    AddAt(Kind::Frame, "Frame1", 0, 0, 3640, 2580, "Process data");
 
+    // Captions in the left column, a little lower than the entry beside them.
     auto label = [this](const char* name, const char* caption, int32_t top) {
-        auto& l = AddControl(Kind::Label, name);
-        l.Move(120, top + 30, 1095, 255);
-        l.SetCaption(caption);
+        AddAt(Kind::Label, name, 120, top + 30, 1095, 255, caption);
     };
     auto text = [this](const char* name, int32_t top, bool locked) -> ui::Control& {
-        auto& t = AddControl(Kind::TextBox, name);
-        t.Move(1260, top, 2260, 285);
+        auto& t = AddAt(Kind::TextBox, name, 1260, top, 2260, 285);
         t.SetLocked(locked);
         return t;
     };
@@ -70,20 +66,13 @@ UCProcessData::UCProcessData(ui::Services& services, std::string name)
 
     // "valid" sits in the caption column so that the German "Automatische Aktualisierung"
     // gets the whole width beside it.
-    auto& valid = AddControl(Kind::CheckBox, "CheckValid");
-    valid.Move(120, 1710, 1095, 255);
-    valid.SetCaption("valid");
-    auto& autoUpdate = AddControl(Kind::CheckBox, "CheckAutoUpdate");
-    autoUpdate.Move(1260, 1710, 2320, 255);
-    autoUpdate.SetCaption("Auto update");
+    auto& valid = AddAt(Kind::CheckBox, "CheckValid", 120, 1710, 1095, 255, "valid");
+    auto& autoUpdate =
+        AddAt(Kind::CheckBox, "CheckAutoUpdate", 1260, 1710, 2320, 255, "Auto update");
     autoUpdate.SetValue(1);
 
-    auto& read = AddControl(Kind::CommandButton, "BTRead");
-    read.Move(1260, 2070, 1080, 375);
-    read.SetCaption("Read");
-    auto& write = AddControl(Kind::CommandButton, "BTWrite");
-    write.Move(2440, 2070, 1080, 375);
-    write.SetCaption("Write");
+    auto& read = AddAt(Kind::CommandButton, "BTRead", 1260, 2070, 1080, 375, "Read");
+    auto& write = AddAt(Kind::CommandButton, "BTWrite", 2440, 2070, 1080, 375, "Write");
 
     // Wired after the design values are set, so building the panel raises nothing.
     for (int i = 0; i < 3; ++i)
@@ -177,10 +166,7 @@ int32_t UCProcessData::ActualizeProcessData(int16_t /*value*/) {
     }
     ShowIfChanged("TextReadOutputs", outputs);
     if (result == 0) {
-        int16_t length = 0;
-        bool isBytes = false;
-        device.InLength(length, isBytes);
-        int16_t count = isBytes ? length : static_cast<int16_t>((length + 7) / 8);
+        int16_t count = device.ByteInputLength();
         ShowIfChanged("TextInputs",
                       FormatBytes(device.ProcessInputs, Format(), count, "0x", false));
     }
