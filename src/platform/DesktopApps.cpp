@@ -202,12 +202,6 @@ std::vector<std::string> SplitCommandLine(const std::string& commandLine) {
     return args;
 }
 
-std::string ExecutableDirectory() {
-    std::error_code ec;
-    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", ec);
-    return ec ? std::string{} : self.parent_path().string();
-}
-
 bool StartDocument(const std::string& application, const std::string& document) {
     std::vector<std::string> args = SplitCommandLine(application);
     if (args.empty()) return false;

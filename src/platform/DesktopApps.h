@@ -33,10 +33,6 @@ std::string OpenCommandForExtension(const std::string& extension);
 // quotes escapes the next character.
 std::vector<std::string> SplitCommandLine(const std::string& commandLine);
 
-// The directory of the running program (the data sheets live in its "Manual" folder); empty
-// when it cannot be told.
-std::string ExecutableDirectory();
-
 // Starts the application (its command line) with the document as last argument, directly,
 // without a shell. False when it cannot be started.
 bool StartDocument(const std::string& application, const std::string& document);
