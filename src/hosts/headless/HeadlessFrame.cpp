@@ -171,11 +171,12 @@ HeadlessFrame::HeadlessFrame(std::ostream& out, FrameOptions options)
     ui::VirtualClock* clock = &services_->Clock();
     sim_ = std::make_shared<sim::Simulator>(simOptions, [clock] { return clock->NowMs(); });
     bridge_ = std::make_shared<RecordingBridge>(sim_);
+    input_ = options_.input ? options_.input : std::make_shared<InputDriver>();
 }
 
 HeadlessFrame::~HeadlessFrame() {
     // The control goes first: it still talks to the services and the business object.
-    hosted_.reset();
+    StopControl();
 }
 
 ui::Control* HeadlessFrame::Root() {
@@ -213,6 +214,7 @@ bool HeadlessFrame::Execute(std::string_view line, int lineNumber) {
         } catch (...) {
             Fail("\"" + Shorten(text) + "\" raised an unknown error");
         }
+        input_->Settle();
     }
     out_.flush();
     return !lineFailed_;
@@ -293,10 +295,17 @@ ui::Control& HeadlessFrame::Reachable(std::string_view path) {
 
 // --- the control's life ---
 
+void HeadlessFrame::StopControl() {
+    if (!hosted_) return;
+    input_->Detach();
+    hosted_.reset();
+}
+
 void HeadlessFrame::StartControl(const std::string& functionCall) {
-    hosted_.reset();  // a new function opens a new control
+    StopControl();  // a new function opens a new control
     hosted_ = options_.host(*services_);
     hosted_->Root().SetClock(&services_->Clock());
+    input_->Attach(hosted_->Root());
     const std::string invokeId = "invoke-" + std::to_string(++inits_);
     const bool ok = hosted_->Init(invokeId, functionCall, bridge_);
     Print(std::string("init ") + (ok ? "true" : "false"));
@@ -367,7 +376,7 @@ void HeadlessFrame::CmdClick(std::string_view args) {
     constexpr const char* usage = "click PATH";
     const std::string path = RequireWord(args, usage);
     NoMore(args, usage);
-    Reachable(path).UserClick();
+    input_->Click(Reachable(path));
 }
 
 void HeadlessFrame::CmdNode(std::string_view args) {
@@ -376,7 +385,7 @@ void HeadlessFrame::CmdNode(std::string_view args) {
     NoMore(args, usage);
     ui::Control& tree = Reachable("TreeMenu");
     if (!tree.FindNode(key)) Bad("TreeMenu has no node " + key);
-    tree.UserNodeClick(key);
+    input_->NodeClick(tree, key);
 }
 
 void HeadlessFrame::CmdType(std::string_view args) {
@@ -385,7 +394,7 @@ void HeadlessFrame::CmdType(std::string_view args) {
     if (c.GetKind() != ui::Kind::TextBox && c.GetKind() != ui::Kind::ComboBox)
         Bad(path + " is a " + ui::KindName(c.GetKind()) + ", not a text box");
     if (c.Locked()) Bad(path + " is locked");
-    c.UserType(TextArgument(args));
+    input_->Type(c, TextArgument(args));
 }
 
 void HeadlessFrame::CmdKey(std::string_view args) {
@@ -393,13 +402,13 @@ void HeadlessFrame::CmdKey(std::string_view args) {
     const std::string path = RequireWord(args, usage);
     const int16_t code = KeyCode(RequireWord(args, usage));
     NoMore(args, usage);
-    Reachable(path).UserKey(code);
+    input_->Key(Reachable(path), code);
 }
 
 void HeadlessFrame::CmdKeys(std::string_view args) {
     const std::string path = RequireWord(args, "keys PATH TEXT");
     ui::Control& c = Reachable(path);
-    for (uint8_t code : Utf8ToCp1252(TextArgument(args))) c.UserKey(code);
+    for (uint8_t code : Utf8ToCp1252(TextArgument(args))) input_->Key(c, code);
 }
 
 void HeadlessFrame::CmdPick(std::string_view args) {
@@ -413,7 +422,7 @@ void HeadlessFrame::CmdPick(std::string_view args) {
     if (index >= c.ListCount())
         Bad(path + " has no entry " + std::to_string(index) + " (it has " +
             std::to_string(c.ListCount()) + ")");
-    c.UserPick(index);
+    input_->Pick(c, index);
 }
 
 void HeadlessFrame::CmdResize(std::string_view args) {
@@ -423,7 +432,7 @@ void HeadlessFrame::CmdResize(std::string_view args) {
     const auto height =
         static_cast<int32_t>(Integer(RequireWord(args, usage), 0, 1'000'000, "HEIGHT"));
     NoMore(args, usage);
-    RootOrFail().Move(0, 0, width, height);
+    input_->Resize(RootOrFail(), width, height);
 }
 
 // --- looking ---

@@ -41,10 +41,33 @@ std::unique_ptr<HostedControl> MakeMainControl(ui::Services& services);
 // The function-call text "init" hands to Init.
 std::string FunctionCallXml(std::string_view functionId);
 
+// How the script's user input reaches the control. This one drives the control model directly;
+// a host with a screen derives from it to send the input to its native windows instead, so its
+// renderer is under test as well. The frame has checked that the target is reachable.
+class InputDriver {
+  public:
+    virtual ~InputDriver() = default;
+    // The control was created (Init comes next) or is about to go away.
+    virtual void Attach(ui::Control& root) { (void)root; }
+    virtual void Detach() {}
+    virtual void Click(ui::Control& c) { c.UserClick(); }
+    virtual void NodeClick(ui::Control& tree, const std::string& key) { tree.UserNodeClick(key); }
+    virtual void Type(ui::Control& c, const std::string& text) { c.UserType(text); }
+    virtual void Key(ui::Control& c, int16_t code) { c.UserKey(code); }
+    virtual void Pick(ui::Control& c, int index) { c.UserPick(index); }
+    // The frame gives the control a new size in twips.
+    virtual void Resize(ui::Control& root, int32_t width, int32_t height) {
+        root.Move(0, 0, width, height);
+    }
+    // After every script line: lets a screen catch up with the model.
+    virtual void Settle() {}
+};
+
 struct FrameOptions {
     bool echo = false;        // print each script line before its output
     int32_t language = 1033;  // the simulator's Language item at start
     HostFactory host = MakeMainControl;
+    std::shared_ptr<InputDriver> input;  // null: the control model directly
 };
 
 class HeadlessFrame {
@@ -105,6 +128,7 @@ class HeadlessFrame {
     void CmdExpectMessage(std::string_view args);
     void CmdExpectNoMessage(std::string_view args);
     void StartControl(const std::string& functionCall);
+    void StopControl();
 
     std::ostream& out_;
     FrameOptions options_;
@@ -112,6 +136,7 @@ class HeadlessFrame {
     std::shared_ptr<sim::Simulator> sim_;
     std::shared_ptr<RecordingBridge> bridge_;
     std::unique_ptr<HostedControl> hosted_;
+    std::shared_ptr<InputDriver> input_;
     int inits_ = 0;
     int line_ = 0;
     bool lineFailed_ = false;

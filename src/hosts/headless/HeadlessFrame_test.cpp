@@ -88,7 +88,7 @@ class FrameTest : public ::testing::Test {
     std::ostringstream out;
     Lines log;
     HostFactory host = [this](ui::Services& s) { return std::make_unique<FakeControl>(s, log); };
-    HeadlessFrame frame{out, FrameOptions{false, 1033, host}};
+    HeadlessFrame frame{out, FrameOptions{false, 1033, host, {}}};
 };
 
 TEST_F(FrameTest, ABadLinePrintsOneErrorNamingItsLineAndTheFrameGoesOn) {
@@ -132,7 +132,7 @@ TEST_F(FrameTest, ABadLinePrintsOneErrorNamingItsLineAndTheFrameGoesOn) {
 
 TEST_F(FrameTest, CommentsAndBlankLinesAreSkippedAndEchoShowsTheScript) {
     std::ostringstream echoed;
-    HeadlessFrame echo(echoed, FrameOptions{true, 1033, host});
+    HeadlessFrame echo(echoed, FrameOptions{true, 1033, host, {}});
     std::istringstream in("# setup\ninit 1\r\n   \t\r\nbogus\n");
     EXPECT_EQ(echo.Run(in), 1);
     EXPECT_EQ(echoed.str(),
@@ -250,6 +250,47 @@ TEST_F(FrameTest, SaveDialogsTakeQueuedAnswersAndNoteAMissingOne) {
         EXPECT_EQ(frame.Services().ShowSave("*.txt", "E.txt"), want);
     EXPECT_EQ(out.str(),
               "note: save dialog (*.txt, E.txt) answered cancel; no answer-save was given\n");
+}
+
+// Stands in for a host that sends input to its own windows: records what reached it and
+// forwards to the model, so the script's effects stay the same.
+class LoggingDriver : public InputDriver {
+  public:
+    explicit LoggingDriver(Lines& log) : log_(log) {}
+    void Attach(ui::Control& root) override { log_.push_back("attach " + root.Name()); }
+    void Detach() override { log_.push_back("detach"); }
+    void Click(ui::Control& c) override {
+        log_.push_back("click " + c.Name());
+        InputDriver::Click(c);
+    }
+    void Pick(ui::Control& c, int index) override {
+        log_.push_back("pick# " + std::to_string(index));
+        InputDriver::Pick(c, index);
+    }
+    void Resize(ui::Control& root, int32_t width, int32_t height) override {
+        log_.push_back("resize " + std::to_string(width) + "x" + std::to_string(height));
+        InputDriver::Resize(root, width, height);
+    }
+    void Settle() override { ++settles; }
+    int settles = 0;
+
+  private:
+    Lines& log_;
+};
+
+TEST_F(FrameTest, AnotherInputDriverGetsTheInputAndSeesEachControlComeAndGo) {
+    auto driver = std::make_shared<LoggingDriver>(log);
+    std::ostringstream printed;
+    {
+        HeadlessFrame driven(printed, FrameOptions{false, 1033, host, driver});
+        std::istringstream in(
+            "init 1\nclick BTGo\npick Combo1 1\nclick BTOff\n# note\n"
+            "resize 9000 6000\ninit 1\n");
+        EXPECT_EQ(driven.Run(in), 1) << "a disabled target never reaches the driver";
+    }
+    EXPECT_EQ(log, (Lines{"attach Main", "click BTGo", "go", "pick# 1", "pick COM4",
+                          "resize 9000x6000", "detach", "attach Main", "detach"}));
+    EXPECT_EQ(driver->settles, 6) << "after every command line, failed ones too";
 }
 
 }  // namespace
