@@ -42,12 +42,18 @@ int64_t Code16(int32_t code) {
     return code & 0xFFFF;
 }
 
+// The type and mode parts as the catalogue reads them: only their bits in the qualifier byte
+// count, so the sum is taken in 64 bits and cut to that byte (answer values may be any Long).
+int32_t TypeModeWord(const ClsEvent& event) {
+    return static_cast<int32_t>((int64_t{event.Type} + int64_t{event.Mode}) & 0xFF);
+}
+
 // The qualifier byte; parts that do not add up to a byte are shown as they sum up.
 int64_t Qualifier(const ClsEvent& event) {
     try {
         return event.InstTypMode();
     } catch (const std::exception&) {
-        return int64_t{event.Instance} + event.Type + event.Mode;
+        return int64_t{event.Instance} + int64_t{event.Type} + int64_t{event.Mode};
     }
 }
 
@@ -101,7 +107,7 @@ void UCEventData::AddRow(const ClsEvent& event) {
     list.AddRow({
         Str(int64_t{event.Number}),
         IolErrorText(2, event.Instance, 0, gui),
-        IolErrorText(3, event.Type + event.Mode, 0, gui),
+        IolErrorText(3, TypeModeWord(event), 0, gui),
         IolErrorText(1, event.Code, event.Type, gui),
         Hex(Qualifier(event), 2) + " " + Hex(Code16(event.Code), 4),
     });
@@ -136,7 +142,7 @@ void UCEventData::ClearClick() {
 std::string UCEventData::FileLine(const ClsEvent& event) const {
     const ClsGUI& gui = *gui_;
     return Str(int64_t{event.Number}) + ";" + IolErrorText(2, event.Instance, 0, gui) + ";" +
-           IolErrorText(3, event.Type + event.Mode, 0, gui) + ";" +
+           IolErrorText(3, TypeModeWord(event), 0, gui) + ";" +
            IolErrorText(1, event.Code, event.Type, gui) + ";" + Hex(event.Instance, 2) + " " +
            Hex(event.Mode, 2) + " " + Hex(event.Type, 2) + " " + Hex(Code16(event.Code), 4);
 }

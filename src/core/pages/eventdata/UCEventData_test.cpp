@@ -50,6 +50,34 @@ TEST(UCEventData, RowsCarryNumberTextsAndHexValues) {
               }));
 }
 
+// Qualifier parts come from the answer as any 32-bit value; their sums must not overflow (the
+// sanitizer build stops on a signed overflow). Only their bits in the qualifier byte name them.
+TEST(UCEventData, ExtremeQualifierPartsStillGiveRowAndFileLine) {
+    constexpr int32_t kMax = INT32_MAX, kMin = INT32_MIN;
+    struct Case {
+        int32_t instance, type, mode;
+        const char *modeText, *hex;
+    };
+    const Case cases[] = {
+        {1, kMax, kMax, "ERR-COMING", "0xFFFFFFFF 0x001A"},
+        {kMax, kMax, kMax, "ERR-COMING", "0x17FFFFFFD 0x001A"},
+        {-1, kMin, kMin, "UNKNOWN", "0xFFFFFFFF 0x001A"},
+        {kMin, kMax, kMin, "ERR-COMING", "0x7FFFFFFF 0x001A"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::to_string(c.type) + " " + std::to_string(c.mode));
+        EventRig p;
+        p.Receive(1);  // numbered 0, not listed
+        p.QueueEvent(26, c.instance, c.type, c.mode);
+        p.panel.ActualizeEvents(p.gui.Device, 5);
+        ASSERT_EQ(p.Rows().size(), 1u);
+        EXPECT_EQ(p.Rows()[0][2], c.modeText);
+        EXPECT_EQ(p.Rows()[0][4], c.hex);
+        const std::string saved = p.Save();
+        EXPECT_NE(saved.find(std::string(";") + c.modeText + ";"), std::string::npos) << saved;
+    }
+}
+
 TEST(UCEventData, SaveWritesTheLogFileAndReplacesAnOldOne) {
     EventRig p;
     p.QueueEvent(16, 1, 16, 64);
