@@ -78,6 +78,35 @@ TEST_F(DtmguiTest, NodeOfTheShownPageDoesNotRefreshIt) {
     EXPECT_EQ(about("Timer1").DueAt(), due);
 }
 
+// A business object failing once while a page is entered must not end that page's polling:
+// the unplug afterwards still reaches the status bar.
+TEST_F(DtmguiTest, PageEnteredDuringAFailedCallKeepsPolling) {
+    const char* const pages[][2] = {{"K2", "UCDeviceInfo1"},
+                                    {"K3", "IOLinkData1"},
+                                    {"K4", "IOLinkParam1"},
+                                    {"K5", "IOLinkAbout1"},
+                                    {"K1", "UCGeneral1"}};
+    for (const auto& [node, name] : pages) {
+        SCOPED_TRACE(name);
+        SetUp();
+        bridge->Answer("ConnectionState", "ONLINE+,TRUE");
+        ASSERT_TRUE(Init("2", bridge));
+        if (std::string_view(node) == "K1") C("TreeMenu").UserNodeClick("K5");
+        bridge->FailOnce("GetProduct", 91, "gone");
+        C("TreeMenu").UserNodeClick(node);
+        ASSERT_EQ(control->CurrentPage(), &C(name));
+        EXPECT_TRUE(C(name)("Timer1").Enabled());
+        ui::AdvanceClock(*control, services.Clock, services.Clock.NowMs() + 1000);
+        EXPECT_EQ(Status(), "Connected");
+
+        bridge->Answer("ConnectionState", "OFFLINE,FALSE");
+        bridge->Answer("GetProduct", "");
+        services.Inventory.clear();
+        ui::AdvanceClock(*control, services.Clock, services.Clock.NowMs() + 1000);
+        EXPECT_EQ(Status(), "Disconnected");
+    }
+}
+
 TEST_F(DtmguiTest, PlugCheckShowsTheMasterInUse) {
     ASSERT_TRUE(Init("1", bridge));
     services.Inventory.clear();  // nothing to adopt

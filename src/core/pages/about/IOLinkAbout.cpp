@@ -87,8 +87,9 @@ void IOLinkAbout::RefreshContents(ClsGUI* gui) {
         return;
     }
     gui_ = gui;
+    // Whatever fails on the way, a bound page keeps polling: only its ticks notice an unplug.
+    pages::OnScopeExit arm([this] { timer_->SetEnabled(true); });
     SetLanguage();
-    timer_->SetEnabled(true);
 }
 
 void IOLinkAbout::SetLanguage() {

@@ -36,15 +36,12 @@ void PollingPage::OnHide() {
 
 void PollingPage::RefreshContents(ClsGUI* gui) {
     gui_ = gui;
+    // Whatever fails on the way, a bound page keeps polling: only its ticks notice an unplug.
+    OnScopeExit arm([this] { timer_.SetEnabled(gui_ != nullptr); });
     communication_.RefreshContents(gui);
     events_.RefreshContents(gui);
     RefreshPanel(gui);
-    if (!gui_) {
-        timer_.SetEnabled(false);
-        return;
-    }
     SetLanguage();
-    timer_.SetEnabled(true);
 }
 
 void PollingPage::SetLanguage() {

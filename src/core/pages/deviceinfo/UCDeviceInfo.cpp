@@ -127,15 +127,12 @@ void UCDeviceInfo::OnHide() {
 
 void UCDeviceInfo::RefreshContents(ClsGUI* gui) {
     gui_ = gui;
-    communication_.RefreshContents(gui);
-    if (!gui_) {
-        timer_.SetEnabled(false);
-        return;
-    }
+    // Whatever fails on the way, a bound page keeps polling: only its ticks notice an unplug.
+    pages::OnScopeExit arm([this] { timer_.SetEnabled(gui_ != nullptr); });
     // Entering the page reads the device again, even when the state did not change meanwhile.
-    previousState_ = 0;
+    if (gui_) previousState_ = 0;
+    communication_.RefreshContents(gui);
     SetLanguage();
-    timer_.SetEnabled(true);
 }
 
 void UCDeviceInfo::SetLanguage() {

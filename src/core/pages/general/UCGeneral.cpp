@@ -100,13 +100,14 @@ void UCGeneral::RefreshContents(ClsGUI* gui) {
         return;
     }
     gui_ = gui;
+    // Whatever fails on the way, a bound page keeps polling: only its ticks notice an unplug.
+    pages::OnScopeExit arm([this] { timer_->SetEnabled(true); });
     Log("RefreshContents:Start");
     if (combo_->ListIndex() >= 0) {
         ++handlerDepth_;
         pages::OnScopeExit leave([this] { --handlerDepth_; });
         ComboClick();
     }
-    timer_->SetEnabled(true);
 }
 
 void UCGeneral::Log(const std::string& line) {
