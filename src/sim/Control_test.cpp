@@ -104,6 +104,13 @@ TEST_F(SimControl, SetTakesTheRestOfTheLine) {
          "!log -> Plugcheck wird durchgeführt mit 7c31 \"x\"\n  quoted  "});
 }
 
+TEST_F(SimControl, LogKeepsTheNewestLinesInOrder) {
+    for (int i = 0; i < 10'003; ++i) sim->SetItem("LOGGER", std::to_string(i));
+    const std::vector<std::string> log = sim->Log();
+    ASSERT_EQ(log.size(), 10'000u);
+    EXPECT_EQ(log.front() + " " + log[9'996] + " " + log.back(), "3 9999 10002");
+}
+
 TEST(SimRepl, LinesPrintTheirAnswers) {
     Simulator sim({.language = 1033});
     std::istringstream echoed("GetProduct\n!status extra\n");

@@ -25,6 +25,28 @@ constexpr size_t kLogCapacity = 10000;
 constexpr int64_t kSampleMs = 50;  // resolution of the watch on the process value
 constexpr int64_t kMaxCatchUpMs = 3'600'000;
 
+// The last kLogCapacity LOGGER lines. Once full the oldest slot is overwritten, so a line costs
+// the same after hours of a session as at its start.
+struct LogRing {
+    std::vector<std::string> lines;
+    size_t oldest = 0;
+
+    void Add(std::string line) {
+        if (lines.size() < kLogCapacity) {
+            lines.push_back(std::move(line));
+            return;
+        }
+        lines[oldest] = std::move(line);
+        oldest = (oldest + 1) % kLogCapacity;
+    }
+    std::vector<std::string> InOrder() const {
+        const auto split = lines.begin() + static_cast<std::ptrdiff_t>(oldest);
+        std::vector<std::string> out(split, lines.end());
+        out.insert(out.end(), lines.begin(), split);
+        return out;
+    }
+};
+
 // Master error numbers carried by failure answers (ISDU errors come as the device gives them).
 constexpr int32_t kCommunicationError = 0x1000;  // port not open or not communicating
 constexpr int32_t kWrongArguments = 0x5700;
@@ -237,7 +259,7 @@ struct Simulator::Impl {
     bool open = false;     // the port of the master in use is held open
     int32_t language = 1033;
     std::string defaultProfile;
-    std::vector<std::string> log;
+    LogRing log;
     std::vector<std::string> guis;  // registered invoke ids
     bool closeRequested = false;
     bool released = false;
@@ -609,8 +631,7 @@ struct Simulator::Impl {
                 selected = port;
             }
         } else if (IEquals(name, "LOGGER")) {
-            if (log.size() >= kLogCapacity) log.erase(log.begin());
-            log.push_back(value.ToText());
+            log.Add(value.ToText());
         } else if (IEquals(name, "Language")) {
             const int32_t id = CLng(value.ToText());
             if (id < 0 || id > 0xFFFF)
@@ -811,7 +832,7 @@ struct Simulator::Impl {
     std::string CtlLog(const std::vector<std::string>& w, std::string_view) {
         if (w.size() != 1) Bad("usage: log");
         std::string s;
-        for (const std::string& line : log) s += (s.empty() ? "" : "\n") + line;
+        for (const std::string& line : log.InOrder()) s += (s.empty() ? "" : "\n") + line;
         return s;
     }
     std::string CtlProfiles(const std::vector<std::string>&, std::string_view) {
@@ -1023,9 +1044,9 @@ std::vector<ui::InventoryRecord> Simulator::Inventory() const {
     return impl_->Inventory();
 }
 
-const std::vector<std::string>& Simulator::Log() const {
+std::vector<std::string> Simulator::Log() const {
     std::lock_guard lock(impl_->mutex);
-    return impl_->log;
+    return impl_->log.InOrder();
 }
 
 std::vector<std::string> Simulator::Profiles() {

@@ -47,8 +47,8 @@ class Simulator : public IGuiBridge {
 
     // The USB inventory as the operating system would report it.
     std::vector<ui::InventoryRecord> Inventory() const;
-    // The lines written to "LOGGER".
-    const std::vector<std::string>& Log() const;
+    // The last 10,000 lines written to "LOGGER", oldest first.
+    std::vector<std::string> Log() const;
     // Names of the device profiles.
     static std::vector<std::string> Profiles();
 
