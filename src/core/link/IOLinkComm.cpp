@@ -48,30 +48,29 @@ int32_t ResultOnly(IGuiBridge& dtm, const std::string& command) {
 
 // The values of an answer "OK:<field>,<values>": the status word and the field before the comma
 // dropped.
-std::string ValuesPart(const std::string& answer) {
-    std::string rest = answer;
-    GetToken(rest, true, ":");
-    GetToken(rest, true, ",");
-    return rest;
+std::string_view ValuesPart(std::string_view answer) {
+    TakeToken(answer, ":");
+    TakeToken(answer, ",");
+    return answer;
 }
 
 // A count or status field: read as a 32-bit number, which must then fit 16 bits.
-int16_t ReadShort(std::string& rest) {
-    return CInt(int64_t{GetNumber(rest, true, false, " ")});
+int16_t ReadShort(std::string_view& rest) {
+    return CInt(int64_t{TakeNumber(rest, false, " ")});
 }
 
 // Reads n values separated by blanks; a truncated answer runs out of fields and raises Type
 // mismatch instead of reading past the text.
-Values ReadValues(std::string& rest, int16_t n) {
+Values ReadValues(std::string_view& rest, int16_t n) {
     Values v;
     v.reserve(n > 0 ? static_cast<size_t>(n) : 0);
-    for (int16_t i = 0; i < n; ++i) v.push_back(GetNumber(rest, true, false, " "));
+    for (int16_t i = 0; i < n; ++i) v.push_back(TakeNumber(rest, false, " "));
     return v;
 }
 
 // Text field of the mode answer: through a 16-bit integer into a byte.
-uint8_t ByteField(std::string& rest) {
-    return CByte(CInt(GetToken(rest, true, ",")));
+uint8_t ByteField(std::string_view& rest) {
+    return CByte(CInt(TakeToken(rest, ",")));
 }
 
 }  // namespace
@@ -90,7 +89,7 @@ int32_t IolRead(IGuiBridge& dtm, int16_t index, int16_t subindex, Values& data) 
     const std::string answer = Ask(dtm, command);
     if (!IsOk(answer)) return FailureNumber(command, answer);
     data = Parse(command, answer, [&] {
-        std::string rest = answer.substr(3);
+        std::string_view rest = std::string_view(answer).substr(3);
         const int16_t count = ReadShort(rest);
         return count > 0 ? ReadValues(rest, count) : Values{};
     });
@@ -110,8 +109,8 @@ int32_t IolGetMode(IGuiBridge& dtm, ModeRecord& mode) {
     if (!IsOk(answer)) return FailureNumber(command, answer);
     mode = Parse(command, answer, [&] {
         ModeRecord m = mode;
-        std::string rest = ValuesPart(answer);
-        for (size_t i = 3; i < m.size(); ++i) m[i] = CByte(GetNumber(rest, true, false, " "));
+        std::string_view rest = ValuesPart(answer);
+        for (size_t i = 3; i < m.size(); ++i) m[i] = CByte(TakeNumber(rest, false, " "));
         m[1] = ByteField(rest);
         m[2] = ByteField(rest);
         m[0] = ByteField(rest);
@@ -127,7 +126,7 @@ int32_t IolTransferImage(IGuiBridge& dtm, const Values& outputs, Values& inputs,
     const std::string answer = Ask(dtm, command);
     if (!IsOk(answer)) return FailureNumber(command, answer);
     Parse(command, answer, [&] {
-        std::string rest = ValuesPart(answer);
+        std::string_view rest = ValuesPart(answer);
         const int16_t count = ReadShort(rest);
         Values received = count > 0 ? ReadValues(rest, count) : inputs;
         const int16_t st = ReadShort(rest);
@@ -142,7 +141,7 @@ int32_t IolReadOutputImage(IGuiBridge& dtm, Values& outputs, int16_t length) {
     const std::string answer = Ask(dtm, command);
     if (!IsOk(answer)) return FailureNumber(command, answer);
     Parse(command, answer, [&] {
-        std::string rest = ValuesPart(answer);
+        std::string_view rest = ValuesPart(answer);
         const int16_t count = ReadShort(rest);
         // Sized by the caller's length, not by the count the master sends.
         if (count >= 1) outputs = ReadValues(rest, length);
@@ -160,9 +159,9 @@ int32_t IolGetEvent(IGuiBridge& dtm, EventRecord& record) {
     if (!IsOk(answer)) return FailureNumber(command, answer);
     record = Parse(command, answer, [&] {
         EventRecord r{};
-        std::string rest = answer;
-        GetToken(rest, true, ":");
-        for (int32_t& e : r) e = CLng(GetToken(rest, true, ","));
+        std::string_view rest = answer;
+        TakeToken(rest, ":");
+        for (int32_t& e : r) e = CLng(TakeToken(rest, ","));
         return r;
     });
     return 0;

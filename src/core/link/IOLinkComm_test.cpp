@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <tuple>
@@ -107,6 +108,18 @@ TEST_F(IOLinkCommTest, ReadAnswers) {
             EXPECT_NE(description.find(std::string("\"") + answer + "\""), std::string::npos);
         }
     }
+}
+
+TEST_F(IOLinkCommTest, MegabyteAnswersParseInLinearTime) {
+    // A 4 MB answer: every field used to copy the rest of the text, for seconds.
+    std::string answer = "OK:32767";
+    while (answer.size() < (4u << 20)) answer += " 255";
+    dtm.Queue("IOL::Read Index=16 SubIndex=0", answer);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(IolRead(dtm, 16, 0, io), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    EXPECT_EQ(io.size(), 32767u);
+    EXPECT_EQ(io.back(), 255);
 }
 
 TEST_F(IOLinkCommTest, GetModeAnswers) {

@@ -1,5 +1,6 @@
 #include "tools/NumberFormats.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "tools/Vb.h"
@@ -14,44 +15,131 @@ bool IsDigit(char c) {
 bool IsHexDigit(char c) {
     return IsDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
 }
+int HexValue(char c) {
+    return c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10;
+}
 bool AllOf(std::string_view s, bool (*pred)(char)) {
     for (char c : s)
         if (!pred(c)) return false;
     return true;
 }
 
-// Splits text at the first sep: the field before it and (with remove) the rest after it.
-std::string CutField(std::string& text, bool remove, std::string_view sep, bool trim) {
-    const size_t p = text.find(sep);
-    std::string field;
-    if (p == std::string::npos) {
-        field = text;
-        if (remove) text.clear();
-    } else {
-        field = text.substr(0, p);
-        if (remove) text = text.substr(p + sep.size());
-    }
-    if (trim) {
-        field = Trim(field);
-        if (remove) text = Trim(text);
-    }
+// Splits rest at the first sep: the field before it, and rest moves past it (to the end when
+// there is none).
+std::string_view CutField(std::string_view& rest, std::string_view sep) {
+    const size_t p = rest.find(sep);
+    const std::string_view field = rest.substr(0, p);
+    rest = p == std::string_view::npos ? rest.substr(rest.size()) : rest.substr(p + sep.size());
     return field;
 }
 
-// Running 16-bit counter: counts beyond 32767 raise Overflow like the original's Integer did.
-void CountUp(int16_t& count, int by) {
-    count = CInt(int64_t{count} + by);
+// Puts the rest of a cut back into the caller's text (or leaves the text as it was).
+void KeepRest(std::string& text, bool remove, std::string_view rest) {
+    if (remove) text = std::string(rest);
+}
+
+// The longest field any number form can accept (eight binary digits).
+constexpr size_t kLongestField = 8;
+
+// One field of ParseBytes in a number form, appended to out; false when it does not match.
+bool ParseField(std::string_view field, int form, bool wide, Values& out) {
+    switch (form) {
+        case kDecimal: {
+            if (field.size() > (wide ? 5u : 3u) || !IsDigits(field)) return false;
+            int32_t v = 0;
+            for (char c : field) v = v * 10 + (c - '0');
+            if (v >= (wide ? 65536 : 256)) return false;
+            if (wide) out.push_back(v / 256);
+            out.push_back(wide ? v & 255 : v);
+            return true;
+        }
+        case kHex: {
+            // "0X" with one or two digits; "&H" is taken as well. The comma is part of the
+            // accepted character set, so "0X1," matches and then fails to convert.
+            const std::string_view head = field.substr(0, 2);
+            const std::string_view digits = field.substr(head.size());
+            const auto hexOrComma = [](char c) { return IsHexDigit(c) || c == ','; };
+            if (!(IEquals(head, "0X") || IEquals(head, "&H")) || digits.empty() ||
+                digits.size() > 2 || !AllOf(digits, hexOrComma))
+                return false;
+            if (digits.find(',') != std::string_view::npos)
+                Raise(vberr::TypeMismatch,
+                      "Type mismatch: \"" + UCase(field) + "\" is not a hex byte");
+            int32_t v = 0;
+            for (char c : digits) v = v * 16 + HexValue(c);
+            out.push_back(v);
+            return true;
+        }
+        case kBinary: {
+            if (field.size() != 8 || !AllOf(field, [](char c) { return c == '0' || c == '1'; }))
+                return false;
+            int32_t v = 0;
+            for (char c : field) v = v * 2 + (c - '0');
+            out.push_back(v);
+            return true;
+        }
+        default:
+            return false;
+    }
+}
+
+// ParseBytes itself; failed receives the field it stopped at (before it raises, too).
+int ScanBytes(std::string_view text, int form, int width, Values& out, int16_t& count, bool pair,
+              int limit, std::string_view& failed) {
+    out.clear();
+    count = 0;
+    if (form == kCharacters) {
+        // Past the limit only one more character matters: it makes the text too long.
+        const std::vector<uint8_t> bytes = Utf8ToCp1252(
+            limit < 0 ? std::string(text) : Mid(text, 1, static_cast<size_t>(limit) + 1));
+        if (bytes.empty()) return kParseEmpty;
+        const bool tooLong = limit >= 0 && bytes.size() > static_cast<size_t>(limit);
+        out.assign(bytes.begin(), tooLong ? bytes.end() - 1 : bytes.end());
+        count = CInt(static_cast<int64_t>(out.size()));
+        return tooLong ? kParseTooLong : kParseOk;
+    }
+    const bool wide = form == kDecimal && width == 2 && pair;
+    std::string_view rest = text;
+    while (!rest.empty()) {
+        failed = TakeToken(rest, " ");
+        const size_t before = out.size();
+        if (!ParseField(failed, form, wide, out)) return kParseMismatch;
+        if (limit >= 0 && out.size() > static_cast<size_t>(limit)) {
+            out.resize(before);
+            return kParseTooLong;
+        }
+        // A 16-bit counter: counts beyond 32767 raise Overflow like the original's Integer did.
+        count = CInt(int64_t{count} + static_cast<int64_t>(out.size() - before));
+    }
+    failed = {};
+    return kParseOk;
 }
 
 }  // namespace
 
+std::string_view TakeToken(std::string_view& rest, std::string_view sep) {
+    const std::string_view field = TrimView(CutField(rest, sep));
+    rest = TrimView(rest);
+    return field;
+}
+
+int32_t TakeNumber(std::string_view& rest, bool hex, std::string_view sep) {
+    const std::string_view field = CutField(rest, sep);
+    return hex ? CLng("&H" + std::string(field)) : CLng(field);
+}
+
 std::string GetToken(std::string& text, bool remove, std::string_view sep) {
-    return CutField(text, remove, sep, true);
+    std::string_view rest = text;
+    std::string field(TakeToken(rest, sep));
+    KeepRest(text, remove, rest);
+    return field;
 }
 
 int32_t GetNumber(std::string& text, bool remove, bool hex, std::string_view sep) {
-    const std::string field = CutField(text, remove, sep, false);
-    return CLng(hex ? "&H" + field : field);
+    std::string_view rest = text;
+    const std::string field(CutField(rest, sep));
+    KeepRest(text, remove, rest);
+    return hex ? CLng("&H" + field) : CLng(field);
 }
 
 std::string FormatHex(int64_t value, int width, std::string_view prefix, bool upper) {
@@ -118,59 +206,37 @@ std::string FormatBytes(const Values& values, int form, std::string_view prefix,
     return FormatBytes(values, form, count, prefix, pair);
 }
 
-int ParseBytes(std::string_view text, int form, int width, Values& out, int16_t& count, bool pair) {
-    out.clear();
-    count = 0;
-    if (form == kCharacters) {
-        const std::vector<uint8_t> bytes = Utf8ToCp1252(text);
-        if (bytes.empty()) return kParseEmpty;
-        count = CInt(static_cast<int64_t>(bytes.size()));
-        out.assign(bytes.begin(), bytes.end());
-        return kParseOk;
-    }
+int ParseBytes(std::string_view text, int form, int width, Values& out, int16_t& count, bool pair,
+               int limit) {
+    std::string_view failed;
+    return ScanBytes(text, form, width, out, count, pair, limit, failed);
+}
 
-    // Leading blanks would otherwise read as an empty first field.
-    std::string rest = Trim(text);
-    while (!rest.empty()) {
-        const std::string field = UCase(GetToken(rest, true, " "));
-        const bool wide = form == kDecimal && width == 2 && pair;
-        if (form == kDecimal) {
-            const size_t maxDigits = wide ? 5 : 3;
-            if (field.size() > maxDigits || !IsDigits(field)) return kParseMismatch;
-            const long v = std::strtol(field.c_str(), nullptr, 10);
-            if (v >= (wide ? 65536 : 256)) return kParseMismatch;
-            if (wide) {
-                out.push_back(static_cast<int32_t>(v / 256));
-                out.push_back(static_cast<int32_t>(v & 255));
-                CountUp(count, 2);
-            } else {
-                out.push_back(static_cast<int32_t>(v));
-                CountUp(count, 1);
+Values ParseReadablePart(std::string_view text, int form, int limit) {
+    Values out;
+    int16_t count = 0;
+    std::string_view failed;
+    try {
+        const int status = ScanBytes(text, form, 1, out, count, false, limit, failed);
+        if (status == kParseOk || form == kCharacters) return out;
+    } catch (const VbError&) {
+        // a hex field with a comma: its beginning may still read
+    }
+    // The text up to the field that failed reads; of that field, the longest beginning that
+    // matches on its own (and still fits) is what the user was typing.
+    for (size_t n = std::min(failed.empty() ? 0 : failed.size() - 1, kLongestField); n > 0; --n) {
+        Values one;
+        try {
+            if (ParseField(failed.substr(0, n), form, false, one) &&
+                out.size() + one.size() <= static_cast<size_t>(limit)) {
+                out.insert(out.end(), one.begin(), one.end());
+                break;
             }
-        } else if (form == kHex) {
-            // "0X" with one or two digits; "&H" is taken as well. The comma is part of the
-            // accepted character set, so "0X1," matches and then fails to convert (Type mismatch).
-            const bool prefixed = field.starts_with("0X") || field.starts_with("&H");
-            const std::string digits = prefixed ? field.substr(2) : std::string();
-            const auto hexOrComma = [](char c) { return IsHexDigit(c) || c == ','; };
-            if (!prefixed || digits.empty() || digits.size() > 2 || !AllOf(digits, hexOrComma))
-                return kParseMismatch;
-            if (digits.find(',') != std::string::npos)
-                Raise(vberr::TypeMismatch, "Type mismatch: \"" + field + "\" is not a hex byte");
-            out.push_back(CLng("&H" + digits));
-            CountUp(count, 1);
-        } else if (form == kBinary) {
-            if (field.size() != 8 || !AllOf(field, [](char c) { return c == '0' || c == '1'; }))
-                return kParseMismatch;
-            int32_t v = 0;
-            for (char c : field) v = v * 2 + (c - '0');
-            out.push_back(v);
-            CountUp(count, 1);
-        } else {
-            return kParseMismatch;
+        } catch (const VbError&) {
+            // not a byte either; try a shorter beginning
         }
     }
-    return kParseOk;
+    return out;
 }
 
 int16_t EncodeCycleTime(double milliseconds) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <tuple>
 
 #include "tools/testing/VbTesting.h"
@@ -79,7 +80,8 @@ TEST(ParseBytes, StatusAndAcceptedBytes) {
     // before the first bad field. Only width 2 with the pair flag reads 16-bit numbers.
     const std::tuple<const char*, int, int, int, int, const char*> cases[] = {
         {"0001", 0, 1, 0, 2, ""},  {"1 22 255", 0, 1, 0, 0, "1 22 255"},
-        {"-1", 0, 1, 0, 2, ""},    {"  7   8 ", 0, 1, 0, 0, "7 8"},
+        {"-1", 0, 1, 0, 2, ""},    {"7   8 ", 0, 1, 0, 0, "7 8"},
+        {" 1", 0, 1, 0, 2, ""},    {"   ", 0, 1, 0, 2, ""},
         {"", 0, 1, 0, 0, ""},      {"1 256 3", 0, 1, 0, 2, "1"},
         {"300", 0, 2, 0, 2, ""},   {"300 65535", 0, 2, 1, 0, "1 44 255 255"},
         {"300", 0, 1, 1, 2, ""},   {"100000", 0, 2, 1, 2, ""},
@@ -101,6 +103,73 @@ TEST(ParseBytes, StatusAndAcceptedBytes) {
     Values out;
     int16_t count = 0;
     EXPECT_EQ(ErrorOf([&] { ParseBytes("0x1,", kHex, 1, out, count, false); }), 13);
+}
+
+TEST(ParseBytes, LimitStopsAtTheFirstFieldBeyondIt) {
+    // text, form, width, pair, limit -> status (3 too long) and the bytes within the limit.
+    const std::tuple<const char*, int, int, int, int, int, const char*> cases[] = {
+        {"1 2 3", 0, 1, 0, 2, 3, "1 2"},  {"1 2", 0, 1, 0, 2, 0, "1 2"},
+        {"1 2 x", 0, 1, 0, 2, 2, "1 2"},  {"7 300", 0, 2, 1, 3, 3, "0 7"},
+        {"aé€", 3, 1, 0, 2, 3, "97 233"}, {"aé", 3, 1, 0, 2, 0, "97 233"},
+        {"", 3, 1, 0, 0, 1, ""},          {"0x1 0x2", 1, 1, 0, 0, 3, ""}};
+    for (auto [text, form, width, pair, limit, status, bytes] : cases) {
+        Values out;
+        int16_t count = 0;
+        EXPECT_EQ(ParseBytes(text, form, width, out, count, pair, limit), status) << text;
+        EXPECT_EQ(Text(out), bytes) << text;
+        EXPECT_EQ(count, static_cast<int16_t>(out.size())) << text;
+    }
+}
+
+// What a half-typed entry says, found the slow and obvious way: drop the last character until
+// the parser accepts the rest within the limit.
+Values ReadableByDropping(std::string text, int form, int limit) {
+    for (;;) {
+        Values out;
+        int16_t count = 0;
+        const int status = ErrorOf([&] {
+            if (ParseBytes(text, form, 1, out, count, false) != kParseOk || count > limit)
+                out = {-1};
+        });
+        if (status == 0 && out != Values{-1}) return out;
+        if (text.empty()) return {};
+        size_t cut = text.size() - 1;
+        while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
+        text.erase(cut);
+    }
+}
+
+TEST(ParseReadablePart, SameAsDroppingCharactersUntilTheRestReads) {
+    const std::tuple<const char*, int> texts[] = {
+        {"18 300", 0},        {"1 2 25", 0},    {"1 2 3 4", 0},    {" 1", 0},
+        {"12x", 0},           {"", 0},          {"0x12 0x3", 1},   {"0x1,", 1},
+        {"0x12 0x1G3", 1},    {"0x1 0x", 1},    {"&h1f 0xab1", 1}, {"0x12 0x34 0x5", 1},
+        {"00000001 0101", 2}, {"000000011", 2}, {"0000000", 2},    {"abcd", 3},
+        {"aä€b", 3},          {"", 3},          {"1 2", 9},        {"1 2 3", 0}};
+    for (auto [text, form] : texts)
+        for (int limit : {2, 3, 250})
+            EXPECT_EQ(Text(ParseReadablePart(text, form, limit)),
+                      Text(ReadableByDropping(text, form, limit)))
+                << text << " form " << form << " limit " << limit;
+}
+
+TEST(Parsing, LongTextsTakeLinearTime) {
+    // Megabytes of entry or answer text: each of these took seconds to minutes when every
+    // field copied the rest of the text or parsing went on past the limit.
+    const auto start = std::chrono::steady_clock::now();
+    std::string fields;
+    for (int i = 0; i < 500'000; ++i) fields += "1 ";
+    EXPECT_EQ(ParseReadablePart(fields, kDecimal, 250).size(), 250u);
+    EXPECT_EQ(ParseReadablePart(std::string(1 << 20, '1'), kDecimal, 250), Values({111}));
+    EXPECT_EQ(ParseReadablePart(std::string(1 << 20, 'x'), kCharacters, 250).size(), 250u);
+    Values out;
+    int16_t count = 0;
+    EXPECT_EQ(ParseBytes(fields, kDecimal, 1, out, count, false, 250), kParseTooLong);
+    std::string_view rest = fields;
+    int64_t sum = 0;
+    while (!rest.empty()) sum += TakeNumber(rest, false, " ");
+    EXPECT_EQ(sum, 500'000);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
 }
 
 TEST(CycleTime, EncodeAndDecode) {

@@ -141,11 +141,32 @@ double CDbl(std::string_view text) {
     return v;
 }
 
+namespace {
+
+// Blanks, an optional sign and up to 18 digits: exact in 64 bits, so the result equals the
+// general conversion's without its floating-point detour. Anything else answers false.
+bool TryPlainInteger(std::string_view text, int64_t& value) {
+    const std::string_view t = TrimView(text);
+    size_t i = t.empty() || (t[0] != '+' && t[0] != '-') ? 0 : 1;
+    if (i == t.size() || t.size() - i > 18) return false;
+    int64_t v = 0;
+    for (; i < t.size(); ++i) {
+        if (!IsDigit(t[i])) return false;
+        v = v * 10 + (t[i] - '0');
+    }
+    value = t[0] == '-' ? -v : v;
+    return true;
+}
+
+}  // namespace
+
 int16_t CInt(std::string_view text) {
-    return CInt(CDbl(text));
+    int64_t v = 0;
+    return TryPlainInteger(text, v) ? CInt(v) : CInt(CDbl(text));
 }
 int32_t CLng(std::string_view text) {
-    return CLng(CDbl(text));
+    int64_t v = 0;
+    return TryPlainInteger(text, v) ? CLng(v) : CLng(CDbl(text));
 }
 
 double RoundBankers(double value) {
@@ -239,8 +260,15 @@ std::string RTrim(std::string_view text) {
     return std::string(text.substr(0, e));
 }
 
+std::string_view TrimView(std::string_view text) {
+    size_t b = 0, e = text.size();
+    while (b < e && text[b] == ' ') ++b;
+    while (e > b && text[e - 1] == ' ') --e;
+    return text.substr(b, e - b);
+}
+
 std::string Trim(std::string_view text) {
-    return LTrim(RTrim(text));
+    return std::string(TrimView(text));
 }
 
 namespace {

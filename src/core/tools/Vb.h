@@ -52,7 +52,7 @@ uint8_t CByte(int64_t value);
 // sign, decimal digits with an optional '.' fraction and exponent, or "&H"/"&O" forms. Anything
 // else (including the empty text) raises Type mismatch (13); out of range raises Overflow (6).
 double CDbl(std::string_view text);
-int16_t CInt(std::string_view text);
+int16_t CInt(std::string_view text);  // plain decimal integers take a short path, same results
 int32_t CLng(std::string_view text);
 // Same conversion, but answers false instead of raising (for checks).
 bool TryCDbl(std::string_view text, double& value);
@@ -82,6 +82,8 @@ bool IsDigits(std::string_view text);
 std::string Trim(std::string_view text);
 std::string LTrim(std::string_view text);
 std::string RTrim(std::string_view text);
+// Trim as a view into text, for cutting long texts without copying them.
+std::string_view TrimView(std::string_view text);
 
 // Windows-1252: a byte value as a UTF-8 character, and a UTF-8 text as byte values. Characters
 // without a Windows-1252 code become '?' (63), as the runtime's conversion does.

@@ -43,18 +43,10 @@ bool TryParse(std::string_view text, int form, Values& bytes) {
     int16_t count = 0;
     bool ok = false;
     pages::TryStep([&] {
-        ok = ParseBytes(text, form, 1, bytes, count, false) == kParseOk &&
-             count <= UCParameter::kMaxBytes;
+        ok = ParseBytes(text, form, 1, bytes, count, false, UCParameter::kMaxBytes) == kParseOk;
     });
     if (!ok) bytes.clear();
     return ok;
-}
-
-// The text without its last character (a whole UTF-8 sequence).
-void DropLastCharacter(std::string& text) {
-    size_t cut = text.size() - 1;
-    while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) --cut;
-    text.erase(cut);
 }
 
 }  // namespace
@@ -129,16 +121,7 @@ void UCParameter::FormatClick() {
         lastEdit_ = bytes;
     } else {
         // Keep as much of a half-typed entry as the previous format can read.
-        lastEdit_.clear();
-        std::string text = entry;
-        for (;;) {
-            if (TryParse(text, lastFormat_, bytes)) {
-                lastEdit_ = bytes;
-                break;
-            }
-            if (text.empty()) break;
-            DropLastCharacter(text);
-        }
+        lastEdit_ = ParseReadablePart(entry, lastFormat_, kMaxBytes);
     }
     lastFormat_ = format;
     RaiseRequest(kReasonFormat);

@@ -181,9 +181,9 @@ void UCProcessData::WriteOutputs() {
         bool parsed = false;
         // A text the parser rejects is not sent and stays as typed.
         pages::TryStep([&] {
-            parsed =
-                ParseBytes(C("TextOutputs").Text(), Format(), 1, bytes, count, false) == kParseOk &&
-                count > 0 && count <= kMaxBytes;
+            parsed = ParseBytes(C("TextOutputs").Text(), Format(), 1, bytes, count, false,
+                                kMaxBytes) == kParseOk &&
+                     count > 0;
         });
         if (parsed) {
             gui_->Device.SetOutputs(bytes);
