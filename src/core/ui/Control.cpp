@@ -113,7 +113,12 @@ Control::Control(Kind kind, std::string name, int index)
     foreColor_ = field ? syscolor::WindowText : syscolor::ButtonText;
 }
 
-Control::~Control() = default;
+Control::~Control() {
+    // The ancestors stop counting this subtree's timers; the children go without walking up.
+    for (Control* c = parent_; c; c = c->parent_)
+        for (Control* t : armed_) std::erase(c->armed_, t);
+    for (auto& child : children_) child->parent_ = nullptr;
+}
 
 Control& Control::Root() {
     Control* c = this;
@@ -123,6 +128,8 @@ Control& Control::Root() {
 
 void Control::Adopt(std::unique_ptr<Control> child) {
     child->parent_ = this;
+    for (Control* c = this; c; c = c->parent_)
+        c->armed_.insert(c->armed_.end(), child->armed_.begin(), child->armed_.end());
     children_.push_back(std::move(child));
 }
 
@@ -413,11 +420,25 @@ Clock* Control::GetClock() {
 void Control::Arm() {
     if (kind_ != Kind::Timer) return;
     if (!enabled_ || interval_ <= 0) {
-        due_ = -1;
+        SetDue(-1);
         return;
     }
     const Clock* clock = GetClock();
-    due_ = (clock ? clock->NowMs() : 0) + interval_;
+    SetDue((clock ? clock->NowMs() : 0) + interval_);
+}
+
+void Control::SetDue(int64_t due) {
+    const bool wasArmed = due_ >= 0, armed = due >= 0;
+    due_ = due;
+    if (wasArmed == armed) return;
+    // Every ancestor keeps the armed timers below it, so finding the next one never walks the
+    // controls.
+    for (Control* c = this; c; c = c->parent_) {
+        if (armed)
+            c->armed_.push_back(this);
+        else
+            std::erase(c->armed_, this);
+    }
 }
 
 void Control::SetInterval(int32_t ms) {
@@ -576,31 +597,45 @@ void Control::UserNodeClick(std::string_view key) {
 }
 
 namespace {
-void CollectTimers(Control& c, std::vector<Control*>& out) {
-    if (c.GetKind() == Kind::Timer && c.Enabled() && c.DueAt() >= 0) out.push_back(&c);
-    for (auto& child : c.Children()) CollectTimers(*child, out);
+
+// Whether a comes before b depth first, the order in which timers due at the same instant fire.
+bool BeforeInTree(const Control* a, const Control* b) {
+    std::vector<const Control*> pathA, pathB;
+    for (const Control* c = a; c; c = c->Parent()) pathA.insert(pathA.begin(), c);
+    for (const Control* c = b; c; c = c->Parent()) pathB.insert(pathB.begin(), c);
+    size_t i = 0;
+    while (i < pathA.size() && i < pathB.size() && pathA[i] == pathB[i]) ++i;
+    if (i == pathA.size() || i == pathB.size()) return pathA.size() < pathB.size();
+    for (const auto& child : pathA[i - 1]->Children()) {
+        if (child.get() == pathA[i]) return true;
+        if (child.get() == pathB[i]) return false;
+    }
+    return false;
 }
 
-Control* EarliestDue(Control& root, int64_t limit) {
-    std::vector<Control*> timers;
-    CollectTimers(root, timers);
-    Control* best = nullptr;
-    for (Control* t : timers)
-        if (t->DueAt() <= limit && (!best || t->DueAt() < best->DueAt())) best = t;
-    return best;
+bool FiresFirst(const Control* a, const Control* b) {
+    return a->DueAt() != b->DueAt() ? a->DueAt() < b->DueAt() : BeforeInTree(a, b);
 }
+
 }  // namespace
 
+Control* NextDueTimer(Control& root) {
+    Control* best = nullptr;
+    for (Control* t : root.ArmedTimers())
+        if (!best || FiresFirst(t, best)) best = t;
+    return best;
+}
+
 int64_t NextDue(Control& root) {
-    Control* t = EarliestDue(root, INT64_MAX);
+    Control* t = NextDueTimer(root);
     return t ? t->DueAt() : -1;
 }
 
 int RunDueTimers(Control& root, int64_t now) {
     std::vector<Control*> timers;
-    CollectTimers(root, timers);
-    std::stable_sort(timers.begin(), timers.end(),
-                     [](Control* a, Control* b) { return a->DueAt() < b->DueAt(); });
+    for (Control* t : root.ArmedTimers())
+        if (t->DueAt() <= now) timers.push_back(t);
+    std::sort(timers.begin(), timers.end(), FiresFirst);
     int fired = 0;
     for (Control* t : timers) {
         // A handler before this one may have disabled or re-armed it.
@@ -616,7 +651,7 @@ int AdvanceClock(Control& root, VirtualClock& clock, int64_t target) {
     // Timers arm from the root's clock; without one they would never move past the window.
     if (!root.GetClock()) root.SetClock(&clock);
     int fired = 0;
-    while (Control* t = EarliestDue(root, target)) {
+    for (Control* t = NextDueTimer(root); t && t->DueAt() <= target; t = NextDueTimer(root)) {
         if (t->DueAt() > clock.NowMs()) clock.Set(t->DueAt());
         t->FireTimer();
         ++fired;

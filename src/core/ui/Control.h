@@ -202,6 +202,8 @@ class Control {
     int32_t Interval() const { return interval_; }
     void SetInterval(int32_t ms);           // re-arms an enabled timer
     int64_t DueAt() const { return due_; }  // -1 when not armed
+    // The armed timers of this control and every control below it, in no particular order.
+    const std::vector<Control*>& ArmedTimers() const { return armed_; }
 
     // --- tree view ---
     const std::vector<TreeNode>& Nodes() const { return nodes_; }
@@ -264,6 +266,7 @@ class Control {
   private:
     void Adopt(std::unique_ptr<Control> child);
     void Arm();
+    void SetDue(int64_t due);
     void PropagateShow(bool shown);
     bool ShownInTree() const;
 
@@ -284,6 +287,7 @@ class Control {
     int listIndex_ = -1;
     int32_t interval_ = 0;
     int64_t due_ = -1;
+    std::vector<Control*> armed_;
     std::vector<TreeNode> nodes_;
     std::string selectedKey_;
     std::vector<ColumnHeader> columns_;
@@ -319,7 +323,9 @@ class VirtualClock : public Clock {
     int64_t now_ = 0;
 };
 
-// Earliest due time of an enabled timer below root, or -1.
+// The armed timer below root that fires next (the earliest due, depth first among equals), or
+// null; NextDue is its due time, or -1.
+Control* NextDueTimer(Control& root);
 int64_t NextDue(Control& root);
 // Fires due timers (due <= now) in time order; each fires at most once per call.
 int RunDueTimers(Control& root, int64_t now);

@@ -382,5 +382,34 @@ TEST_F(ControlTest, HandlersReArmingAtOneMsOrDisablingAnotherDueTimerAreHonoured
     EXPECT_EQ(log, (Lines{"300", "301", "601", "1000"}));
 }
 
+// A page whose constructor starts its timer, before the page hangs in any tree.
+struct TimedPage : UserControl {
+    TimedPage(const char* name, Lines& log) : UserControl(name) {
+        Control& t = AddControl(Kind::Timer, "Timer1");
+        t.OnTimer = [&log, name] { log.push_back(name); };
+        t.SetInterval(300);
+    }
+};
+
+TEST_F(ControlTest, TimersArmedBeforeTheirPageJoinsCountAndEqualsFireDepthFirst) {
+    // Pages are built with their timers running and hung into the frame afterwards; timers due
+    // at the same instant fire depth first, whatever order they were armed in.
+    Control& frame = Add(Kind::Frame, "F");
+    Control& later = AddTimer("Later", 300, &frame);
+    auto& page = root.Add<TimedPage>("Page", log);
+    EXPECT_EQ(NextDueTimer(root), &later);
+    EXPECT_EQ(NextDueTimer(frame), &later);
+    EXPECT_EQ(NextDueTimer(page), &page("Timer1"));
+    EXPECT_EQ(root.ArmedTimers().size(), 2u);
+    later.SetEnabled(false);
+    EXPECT_EQ(NextDueTimer(root), &page("Timer1"));
+    later.SetEnabled(true);  // armed last, still first in the tree
+    EXPECT_EQ(root.ArmedTimers().size(), 2u);
+    EXPECT_EQ(AdvanceClock(root, clock, 600), 4);
+    EXPECT_EQ(log, (Lines{"Later@300", "Page", "Later@600", "Page"}));
+    page("Timer1").SetInterval(0);
+    EXPECT_EQ(root.ArmedTimers(), std::vector<Control*>{&later});
+}
+
 }  // namespace
 }  // namespace kestrova::ui

@@ -113,16 +113,6 @@ std::string PathOf(const ui::Control& control, const ui::Control& root) {
     return path;
 }
 
-// The timer that fires first at due, in the order the control model fires timers due at the
-// same instant (depth first).
-ui::Control* TimerDueAt(ui::Control& root, int64_t due) {
-    ui::Control* found = nullptr;
-    root.ForEach([&](ui::Control& c) {
-        if (!found && c.GetKind() == ui::Kind::Timer && c.Enabled() && c.DueAt() == due) found = &c;
-    });
-    return found;
-}
-
 std::string Joined(const std::vector<std::string>& lines) {
     std::string text;
     for (const std::string& line : lines) text += (text.empty() ? "" : "\n") + line;
@@ -351,11 +341,9 @@ void HeadlessFrame::Tick(int64_t ms) {
     if (hosted_) {
         ui::Control& root = hosted_->Root();
         for (;;) {
-            const int64_t due = ui::NextDue(root);
-            if (due < 0 || due > target) break;
-            ui::Control* timer = TimerDueAt(root, due);
-            if (!timer) break;
-            if (due > clock.NowMs()) clock.Set(due);
+            ui::Control* timer = ui::NextDueTimer(root);
+            if (!timer || timer->DueAt() > target) break;
+            if (timer->DueAt() > clock.NowMs()) clock.Set(timer->DueAt());
             try {
                 timer->FireTimer();
             } catch (const std::exception& e) {
