@@ -124,6 +124,17 @@ struct DTMGUI::Impl {
     ui::Control* smallLogo[3] = {};  // elements 1 and 2
 };
 
+std::string DTMGUI::NodeKeyFor(std::string_view keyOrText) {
+    for (const NodeSlot& n : kNodes) {
+        if (IEquals(keyOrText, n.Key) || IEquals(keyOrText, n.Text)) return n.Key;
+        for (const LabelText& label : kFrameLabels)
+            if (IEquals(label.Key, n.LabelKey) &&
+                (IEquals(keyOrText, label.English) || IEquals(keyOrText, label.German)))
+                return n.Key;
+    }
+    return {};
+}
+
 DTMGUI::DTMGUI(ui::Services& services)
     : ui::UserControl("DTMGUI"), impl_(std::make_unique<Impl>()), services_(services) {
     Impl& d = *impl_;

@@ -31,6 +31,10 @@ class DTMGUI : public ui::UserControl {
     // The page shown in the page frame, or null.
     Page* CurrentPage() const;
 
+    // The tree node key named by a key ("K3") or by a node text in either language ("IO-Link
+    // Daten", "Device Info"), any case; empty when nothing matches.
+    static std::string NodeKeyFor(std::string_view keyOrText);
+
     // Smallest size of the control, in twips.
     static constexpr int32_t kMinWidth = 7500;
     static constexpr int32_t kMinHeight = 4500;

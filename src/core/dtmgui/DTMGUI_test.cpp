@@ -180,5 +180,22 @@ TEST_F(DtmguiTest, LanguagePassRewritesTheStatusInTheCurrentLanguage) {
     EXPECT_EQ(Status(), "getrennt");
 }
 
+TEST(DtmguiNodeKey, KeysAndTextsOfBothLanguagesName) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"k3", "K3"},
+        {"Device Info", "K2"},                // the text the tree starts with
+        {"device information", "K2"},         // shown in English
+        {"Ger\xC3\xA4te Information", "K2"},  // shown in German
+        {"IO-Link Daten", "K3"},
+        {"Info \xC3\xBC"
+         "ber",
+         "K5"},
+        {"Close", ""},  // a frame label, but no node
+        {"K6", ""},
+        {"", ""},
+    };
+    for (const auto& [text, key] : cases) EXPECT_EQ(DTMGUI::NodeKeyFor(text), key) << text;
+}
+
 }  // namespace
 }  // namespace kestrova

@@ -37,6 +37,13 @@ class Services {
     virtual int MsgBox(const std::string& text, int style, const std::string& title) = 0;
     // Save dialog with a filter ("*.txt") and a default file name; empty text when cancelled.
     virtual std::string ShowSave(const std::string& filter, const std::string& defaultName) = 0;
+    // The same dialog titled with the page's own text; hosts that cannot title it show the plain
+    // one.
+    virtual std::string ShowSaveAs(const std::string& filter, const std::string& defaultName,
+                                   const std::string& title) {
+        (void)title;
+        return ShowSave(filter, defaultName);
+    }
     // The application registered to open files of the extension (".PDF"); may raise VbError
     // when the lookup fails, answers empty text when nothing is registered.
     virtual std::string OpenCommand(const std::string& extension) = 0;

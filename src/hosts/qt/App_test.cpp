@@ -274,6 +274,10 @@ TEST_F(AppTest, PagesOpenFromTheCommandLineNames) {
     EXPECT_EQ(tree->SelectedKey(), "K3");
     ASSERT_TRUE(window->OpenPage("about"));  // by text, any case
     EXPECT_EQ(tree->SelectedKey(), "K5");
+    ASSERT_TRUE(window->OpenPage("IO-Link Daten"));  // the German text in an English session
+    EXPECT_EQ(tree->SelectedKey(), "K3");
+    ASSERT_TRUE(window->OpenPage("Device Information"));  // shown, not the text at creation
+    EXPECT_EQ(tree->SelectedKey(), "K2");
 
     // Controls are named by path below the main control, its own name in front or not.
     EXPECT_TRUE(window->ClickControl("TreeMenu"));
@@ -281,6 +285,19 @@ TEST_F(AppTest, PagesOpenFromTheCommandLineNames) {
     EXPECT_TRUE(window->ClickControl("dtmgui.IOLinkData1"));
     EXPECT_FALSE(window->ClickControl("DTMGUI"));
     EXPECT_FALSE(window->ClickControl("DTMGUI.NoSuchControl"));
+}
+
+TEST_F(AppTest, QtTextsAndTheVersionFollowTheControl) {
+    const QString cancel = QCoreApplication::translate("QPlatformTheme", "Cancel");
+    Open(kFunctionExpert, kLocaleGerman);
+    EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Cancel"), QStringLiteral("Abbrechen"));
+    ASSERT_TRUE(window->OpenPage("K5"));
+    ui::Control* version = window->Dtm()->Resolve("IOLinkAbout1.Label6");
+    ASSERT_NE(version, nullptr);
+    EXPECT_FALSE(window->DtmVersion().isEmpty());
+    EXPECT_EQ(window->DtmVersion().toStdString(), version->Caption());
+    Open(kFunctionExpert, kLocaleEnglish);
+    EXPECT_EQ(QCoreApplication::translate("QPlatformTheme", "Cancel"), cancel);
 }
 
 }  // namespace

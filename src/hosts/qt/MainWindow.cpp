@@ -8,9 +8,11 @@
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QLabel>
+#include <QLibraryInfo>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QResizeEvent>
+#include <QTranslator>
 #include <QUuid>
 #include <algorithm>
 #include <stdexcept>
@@ -166,6 +168,8 @@ bool MainWindow::OpenDtm(int functionId, int locale) {
         ReportError(std::string("The simulator refused the language: ") + e.what());
     }
 
+    UseQtLanguage(locale);
+
     dtm_ = std::make_unique<DTMGUI>(services_);
     FitDtmToHost();
     const std::string invokeId = QUuid::createUuid().toString().toStdString();
@@ -181,6 +185,33 @@ bool MainWindow::OpenDtm(int functionId, int locale) {
     UpdateTitle();
     if (!ok) ReportError("The control did not open the " + FunctionName(functionId) + " function.");
     return ok;
+}
+
+void MainWindow::UseQtLanguage(int locale) {
+    // Qt's own dialogs (the save dialog, message box buttons) speak the control's language.
+    const QString name = locale == kLocaleGerman ? QStringLiteral("de") : QStringLiteral("en");
+    services_.SetLanguage(locale);
+    if (qtTranslator_ && qtTranslator_->language().startsWith(name)) return;
+    if (qtTranslator_) QCoreApplication::removeTranslator(qtTranslator_.get());
+    qtTranslator_.reset();
+    if (locale != kLocaleGerman) return;
+    auto translator = std::make_unique<QTranslator>();
+    if (!translator->load(QLocale(QLocale::German), QStringLiteral("qtbase"), QStringLiteral("_"),
+                          QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+        qWarning("kestrova: Qt's German translations are not installed");
+        return;
+    }
+    QCoreApplication::installTranslator(translator.get());
+    qtTranslator_ = std::move(translator);
+}
+
+QString MainWindow::DtmVersion() const {
+    if (!dtm_) return {};
+    try {
+        return QString::fromStdString(dtm_->Gui().GetUILabel("Version"));
+    } catch (const std::exception&) {
+        return {};
+    }
 }
 
 void MainWindow::CloseDtm() {
@@ -230,10 +261,11 @@ bool MainWindow::SimulatorControl(const std::string& line) {
 
 bool MainWindow::OpenPage(const std::string& keyOrText) {
     if (!dtm_) return false;
+    const std::string key = DTMGUI::NodeKeyFor(keyOrText);
     for (const auto& child : dtm_->Children()) {
         if (child->GetKind() != ui::Kind::TreeView) continue;
         for (const ui::TreeNode& node : child->Nodes()) {
-            if (!IEquals(node.Key, keyOrText) && !IEquals(node.Text, keyOrText)) continue;
+            if (!IEquals(node.Key, key) && !IEquals(node.Text, keyOrText)) continue;
             try {
                 child->UserNodeClick(node.Key);
             } catch (const std::exception& e) {
@@ -340,13 +372,15 @@ void MainWindow::BuildMenus() {
     QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
     QAction* about = help->addAction(QStringLiteral("&About Kestrova"));
     connect(about, &QAction::triggered, this, [this] {
+        const QString dtmVersion = DtmVersion();
         QMessageBox::about(
             this, QStringLiteral("About Kestrova"),
-            QStringLiteral("<b>Kestrova %1</b><p>The user interface of the IO-Link USB master "
-                           "DTM in a desktop frame.</p><p>Without hardware it runs on a "
-                           "simulated master; the Simulator menu plugs and unplugs masters and "
-                           "raises device events.</p>")
-                .arg(QApplication::applicationVersion()));
+            QStringLiteral("<b>Kestrova DTM %1</b> (application %2)<p>The user interface of the "
+                           "IO-Link USB master DTM in a desktop frame.</p><p>Without hardware it "
+                           "runs on a simulated master; the Simulator menu plugs and unplugs "
+                           "masters and raises device events.</p>")
+                .arg(dtmVersion.isEmpty() ? QStringLiteral("(not open)") : dtmVersion,
+                     QApplication::applicationVersion()));
     });
     QAction* aboutQt = help->addAction(QStringLiteral("About &Qt"));
     connect(aboutQt, &QAction::triggered, qApp, &QApplication::aboutQt);

@@ -12,6 +12,7 @@
 #include "QtServices.h"
 
 class QActionGroup;
+class QTranslator;
 class QMenu;
 
 namespace kestrova {
@@ -54,6 +55,10 @@ class MainWindow : public QMainWindow {
     // Clicks a control by its dotted path below the control; false when there is none.
     bool ClickControl(const std::string& path);
 
+    // The DTM version the About page names (the business object's version item); empty when no
+    // control is open.
+    QString DtmVersion() const;
+
     // The size of the control area for a control size in twips (its design size at start).
     QSize HostSizeFor(int32_t widthTwips, int32_t heightTwips) const;
 
@@ -63,6 +68,7 @@ class MainWindow : public QMainWindow {
 
   private:
     void BuildMenus();
+    void UseQtLanguage(int locale);
     void UpdateChecks();
     void UpdateTitle();
     void FitDtmToHost();
@@ -83,6 +89,8 @@ class MainWindow : public QMainWindow {
     std::string port_;
     std::unique_ptr<DTMGUI> dtm_;
     std::unique_ptr<Renderer> renderer_;  // declared after dtm_: goes first
+
+    std::unique_ptr<QTranslator> qtTranslator_;  // Qt's own texts in the control's language
 
     QActionGroup* functionGroup_ = nullptr;
     QActionGroup* languageGroup_ = nullptr;

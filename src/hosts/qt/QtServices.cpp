@@ -19,7 +19,7 @@ namespace {
 constexpr const char* kDesktopOpener = "(desktop default)";
 
 // The "description|pattern" pairs of a filter, or one pair made from a bare pattern.
-std::vector<std::pair<QString, QString>> FilterPairs(const std::string& filter) {
+std::vector<std::pair<QString, QString>> FilterPairs(const std::string& filter, bool german) {
     std::vector<std::pair<QString, QString>> pairs;
     const QStringList parts = QString::fromStdString(filter).split(QChar('|'));
     if (parts.size() >= 2) {
@@ -31,8 +31,10 @@ std::vector<std::pair<QString, QString>> FilterPairs(const std::string& filter) 
     if (pattern.isEmpty() || pattern == QStringLiteral("*.*") || pattern == QStringLiteral("*"))
         return pairs;
     QString ext = pattern.section(QChar('.'), -1).toLower();
-    QString description = ext == QStringLiteral("txt") ? QStringLiteral("Text files")
-                                                       : ext.toUpper() + QStringLiteral(" files");
+    QString description =
+        ext == QStringLiteral("txt")
+            ? (german ? QStringLiteral("Textdateien") : QStringLiteral("Text files"))
+            : ext.toUpper() + (german ? QStringLiteral("-Dateien") : QStringLiteral(" files"));
     pairs.emplace_back(description, pattern);
     return pairs;
 }
@@ -107,19 +109,19 @@ int MsgBoxAnswer(QMessageBox::StandardButton button) {
     }
 }
 
-QString SaveFilter(const std::string& filter) {
+QString SaveFilter(const std::string& filter, bool german) {
     QStringList entries;
-    for (const auto& [description, pattern] : FilterPairs(filter)) {
+    for (const auto& [description, pattern] : FilterPairs(filter, german)) {
         QString patterns = pattern;
         patterns.replace(QChar(';'), QChar(' '));
         entries << QStringLiteral("%1 (%2)").arg(description, patterns);
     }
-    entries << QStringLiteral("All files (*)");
+    entries << (german ? QStringLiteral("Alle Dateien (*)") : QStringLiteral("All files (*)"));
     return entries.join(QStringLiteral(";;"));
 }
 
 QString DefaultSuffix(const std::string& filter) {
-    const auto pairs = FilterPairs(filter);
+    const auto pairs = FilterPairs(filter, false);
     if (pairs.empty()) return {};
     const QString first = pairs.front().second.section(QChar(';'), 0, 0).trimmed();
     if (!first.startsWith(QStringLiteral("*."))) return {};
@@ -144,6 +146,11 @@ int QtServices::MsgBox(const std::string& text, int style, const std::string& ti
 }
 
 std::string QtServices::ShowSave(const std::string& filter, const std::string& defaultName) {
+    return ShowSaveAs(filter, defaultName, {});
+}
+
+std::string QtServices::ShowSaveAs(const std::string& filter, const std::string& defaultName,
+                                   const std::string& title) {
     if (Unattended) return {};
     QString start = QString::fromStdString(defaultName);
     if (QFileInfo(start).isRelative()) {
@@ -151,7 +158,11 @@ std::string QtServices::ShowSave(const std::string& filter, const std::string& d
         const QString base = QDir(docs).exists() ? docs : QDir::homePath();
         start = QDir(base).filePath(start);
     }
-    QFileDialog dialog(parent_, QStringLiteral("Save as"), QString(), SaveFilter(filter));
+    const bool german = language_ == kGermanLocale;
+    const QString caption = !title.empty() ? QString::fromStdString(title)
+                            : german       ? QStringLiteral("Speichern unter")
+                                           : QStringLiteral("Save as");
+    QFileDialog dialog(parent_, caption, QString(), SaveFilter(filter, german));
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setFileMode(QFileDialog::AnyFile);
     dialog.setDefaultSuffix(DefaultSuffix(filter));

@@ -23,10 +23,10 @@ QMessageBox::StandardButton MsgBoxDefault(int style);
 QMessageBox::Icon MsgBoxIcon(int style);
 int MsgBoxAnswer(QMessageBox::StandardButton button);
 
-// A save dialog filter as Qt writes it: "*.txt" becomes "Text files (*.txt)"; the
-// "description|pattern|..." form becomes "description (pattern);;...". All files are always
-// offered last.
-QString SaveFilter(const std::string& filter);
+// A save dialog filter as Qt writes it: "*.txt" becomes "Text files (*.txt)" ("Textdateien" in
+// German); the "description|pattern|..." form becomes "description (pattern);;...". All files
+// are always offered last.
+QString SaveFilter(const std::string& filter, bool german = false);
 // The extension the dialog appends when the user types none ("txt" for "*.txt").
 QString DefaultSuffix(const std::string& filter);
 
@@ -37,9 +37,13 @@ class QtServices : public ui::Services {
 
     // The window dialogs belong to.
     void SetParentWindow(QWidget* window) { parent_ = window; }
+    // The control's locale (1031 German, else English): the dialogs' own texts follow it.
+    void SetLanguage(int locale) { language_ = locale; }
 
     int MsgBox(const std::string& text, int style, const std::string& title) override;
     std::string ShowSave(const std::string& filter, const std::string& defaultName) override;
+    std::string ShowSaveAs(const std::string& filter, const std::string& defaultName,
+                           const std::string& title) override;
     std::string OpenCommand(const std::string& extension) override;
     bool StartDocument(const std::string& application, const std::string& document) override;
     std::string ProgramDirectory() override;
@@ -52,7 +56,9 @@ class QtServices : public ui::Services {
 
   private:
     InventorySource inventory_;
+    static constexpr int kGermanLocale = 1031;
     QPointer<QWidget> parent_;
+    int language_ = 0;
     SteadyClock clock_;
 };
 

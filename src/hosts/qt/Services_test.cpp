@@ -66,6 +66,11 @@ TEST(QtServicesSave, FiltersAndSuffixes) {
     };
     for (const Case& c : cases) {
         EXPECT_EQ(SaveFilter(c.filter), c.qt) << c.filter;
+        QString german = c.qt;
+        german.replace(QStringLiteral("Text files"), QStringLiteral("Textdateien"))
+            .replace(QStringLiteral("All files"), QStringLiteral("Alle Dateien"))
+            .replace(QStringLiteral(" files ("), QStringLiteral("-Dateien ("));
+        EXPECT_EQ(SaveFilter(c.filter, true), german) << c.filter;
         EXPECT_EQ(DefaultSuffix(c.filter), c.suffix) << c.filter;
     }
 }

@@ -2,6 +2,7 @@
 #include <unistd.h>
 #include <QApplication>
 #include <QFontDatabase>
+#include <QIcon>
 #include <QMenuBar>
 #include <QPixmap>
 #include <QStyleFactory>
@@ -188,6 +189,8 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Kestrova"));
     QApplication::setApplicationVersion(QStringLiteral(KESTROVA_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("kestrova"));
+    QApplication::setWindowIcon(QIcon(LoadPicture("kestrova")));
     if (qEnvironmentVariableIsEmpty("QT_STYLE_OVERRIDE"))
         if (QStyle* fusion = QStyleFactory::create(QStringLiteral("Fusion")))
             QApplication::setStyle(fusion);

@@ -186,7 +186,7 @@ bool UCEventData::SaveTo(const std::string& path) {
 }
 
 void UCEventData::SaveClick() {
-    const std::string path = services_.ShowSave(kFilter, kDefaultFile);
+    const std::string path = services_.ShowSaveAs(kFilter, kDefaultFile, C("Command2").Caption());
     if (path.empty()) return;
     SaveTo(path);
     RaiseChangeTimer(true);

@@ -156,6 +156,20 @@ void Lamp(QPainter& p, const QColor& color, bool lit) {
     p.drawEllipse(r);
 }
 
+// --- the application's icon: a port plug on a slate tile, with a lit lamp ---
+void AppIcon(QPainter& p) {
+    p.setPen(Qt::NoPen);
+    p.setBrush(QColor(0x1F, 0x3A, 0x5F));
+    p.drawRoundedRect(QRectF(2, 2, 60, 60), 12, 12);
+    Word(p, QStringLiteral("K"), Face(true, 40), Qt::white, 12, 30);
+    p.setBrush(Qt::white);
+    p.drawRect(QRectF(44, 20, 10, 22));  // the master's one port
+    p.setBrush(QColor(0x1F, 0x3A, 0x5F));
+    p.drawRect(QRectF(47, 24, 4, 14));
+    p.translate(40, 44);
+    Lamp(p, QColor(0x2E, 0x9E, 0x44), true);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -175,5 +189,6 @@ int main(int argc, char** argv) {
                [](QPainter& p) { Lamp(p, QColor(0xE8, 0xA3, 0x17), true); });
     ok &=
         Save(dir, "lamp_on", 16, 16, [](QPainter& p) { Lamp(p, QColor(0x2E, 0x9E, 0x44), true); });
+    ok &= Save(dir, "kestrova", 64, 64, AppIcon);
     return ok ? 0 : 1;
 }
