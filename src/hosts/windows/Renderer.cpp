@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <stdexcept>
 
 #include "tools/Vb.h"
 
@@ -253,8 +254,16 @@ struct Renderer::Fonts {
 
 Renderer::Renderer(Control& root, HWND parent, double dpi)
     : root_(root), dpi_(dpi > 0 ? dpi : ScreenDpi()), fonts_(std::make_unique<Fonts>()) {
-    OnError = [](const std::string& message) {
-        OutputDebugStringW(Wide("kestrova: " + message + "\n").c_str());
+    OnError = [](const char* what, std::exception_ptr error) {
+        std::string message = std::string("kestrova: ") + what + ": ";
+        try {
+            std::rethrow_exception(error);
+        } catch (const std::exception& e) {
+            message += e.what();
+        } catch (...) {
+            message += "unknown failure";
+        }
+        OutputDebugStringW(Wide(message + "\n").c_str());
     };
     RegisterClasses();
     GetObjectW(GetStockObject(DEFAULT_GUI_FONT), sizeof(fonts_->base), &fonts_->base);
@@ -297,7 +306,9 @@ HWND Renderer::Create(Control& c, HWND parent) {
                              nullptr, ThisModule(), this);
     windows_[&c] = w;
     if (!w) {
-        if (OnError) OnError("cannot create the window of " + ControlPath(c, root_));
+        Forward("show", [&] {
+            throw std::runtime_error("cannot create the window of " + ControlPath(c, root_));
+        });
         return nullptr;
     }
     byWindow_[w] = &c;
@@ -772,10 +783,8 @@ LRESULT Renderer::OnColor(HWND child, HDC dc) {
 void Renderer::Forward(const char* what, const std::function<void()>& action) {
     try {
         action();
-    } catch (const std::exception& e) {
-        if (OnError) OnError(std::string(what) + ": " + e.what());
     } catch (...) {
-        if (OnError) OnError(std::string(what) + ": unknown failure");
+        if (OnError) OnError(what, std::current_exception());
     }
 }
 

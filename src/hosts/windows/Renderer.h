@@ -10,6 +10,7 @@
 #include <commctrl.h>
 
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <map>
 #include <memory>
@@ -68,9 +69,9 @@ class Renderer {
     // back, as it does below its smallest size.
     void SetBounds(int left, int top, int width, int height);
 
-    // Where failures of model handlers go (they never reach the message loop). The default
-    // writes them to the debugger output.
-    std::function<void(const std::string& message)> OnError;
+    // Where failures of model handlers go (they never cross the message loop): what the user
+    // did and the error. The default writes them to the debugger output.
+    std::function<void(const char* what, std::exception_ptr error)> OnError;
 
   private:
     struct Fonts;
