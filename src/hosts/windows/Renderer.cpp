@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <cstdlib>
 #include <stdexcept>
 
 #include "tools/Vb.h"
@@ -278,6 +279,7 @@ Renderer::~Renderer() {
         ForgetPath(window);
         RemoveWindowSubclass(window, InputSubclass, kSubclassId);
     }
+    for (auto& [box, frame] : byGroupBox_) RemoveWindowSubclass(box, InputSubclass, kSubclassId);
     if (rootWindow_) DestroyWindow(rootWindow_);
     for (auto& [color, brush] : brushes_) DeleteObject(brush);
     for (auto& [name, bitmap] : pictures_)
@@ -328,6 +330,10 @@ HWND Renderer::Create(Control& c, HWND parent) {
             break;
         default:
             break;
+    }
+    if (HWND box = c.GetKind() == Kind::Frame ? groupBoxes_[&c] : nullptr) {
+        byGroupBox_[box] = &c;
+        SetWindowSubclass(box, InputSubclass, kSubclassId, reinterpret_cast<DWORD_PTR>(this));
     }
     SetWindowSubclass(w, InputSubclass, kSubclassId, reinterpret_cast<DWORD_PTR>(this));
     ApplyAll(c);
@@ -449,10 +455,29 @@ void Renderer::ApplyGeometry(Control& c, HWND w) {
     const bool isRoot = &c == &root_;
     const int left = isRoot ? origin_.x : ToPx(c.Left());
     const int top = isRoot ? origin_.y : ToPx(c.Top());
-    const int width = std::max(ToPx(c.Width()), 0);
+    int width = std::max(ToPx(c.Width()), 0);
     int height = std::max(ToPx(c.Height()), 0);
     // A drop-down list's window reaches down over its open list.
     if (c.GetKind() == Kind::ComboBox) height = std::max(height, 20) * 9;
+    if (c.GetKind() == Kind::Label) {
+        // A label one line high shows its caption on that line: when the font runs a little
+        // wider than the one the layout was made for, the text may pass the label's right
+        // edge rather than break onto a line nobody can see.
+        HDC dc = GetDC(w);
+        HGDIOBJ old = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(w, WM_GETFONT, 0, 0)));
+        TEXTMETRICW metrics{};
+        GetTextMetricsW(dc, &metrics);
+        const std::wstring text = WindowText(w);
+        SIZE extent{};
+        GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &extent);
+        SelectObject(dc, old);
+        ReleaseDC(w, dc);
+        const bool oneLine =
+            height < 2 * metrics.tmHeight && text.find(L'\n') == std::wstring::npos;
+        LONG_PTR style = GetWindowLongPtrW(w, GWL_STYLE) & ~static_cast<LONG_PTR>(SS_TYPEMASK);
+        SetWindowLongPtrW(w, GWL_STYLE, style | (oneLine ? SS_LEFTNOWORDWRAP : SS_LEFT));
+        if (oneLine) width = std::max<int>(width, extent.cx + 1);
+    }
     SetWindowPos(w, nullptr, left, top, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
     auto box = groupBoxes_.find(&c);
     if (box != groupBoxes_.end())
@@ -464,6 +489,7 @@ void Renderer::ApplyGeometry(Control& c, HWND w) {
 void Renderer::ApplyFont(Control& c, HWND w) {
     HFONT font = fonts_->Get(c.FontSize() > 0 ? c.FontSize() : 8.25, c.FontBold(), dpi_);
     SendMessageW(w, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
+    if (c.GetKind() == Kind::Label) ApplyGeometry(c, w);
     auto box = groupBoxes_.find(&c);
     if (box != groupBoxes_.end())
         SendMessageW(box->second, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
@@ -472,6 +498,9 @@ void Renderer::ApplyFont(Control& c, HWND w) {
 void Renderer::ApplyText(Control& c, HWND w) {
     switch (c.GetKind()) {
         case Kind::Label:
+            SetText(w, c.Caption());
+            ApplyGeometry(c, w);
+            break;
         case Kind::CommandButton:
             SetText(w, c.Caption());
             break;
@@ -762,9 +791,9 @@ LRESULT Renderer::OnColor(HWND child, HDC dc) {
     Control* c = ControlFor(child);
     if (!c) {
         // A frame's group box shows the frame's colours.
-        for (auto& [frame, box] : groupBoxes_)
-            if (box == child) c = const_cast<Control*>(frame);
-        if (!c) return 0;
+        auto box = byGroupBox_.find(child);
+        if (box == byGroupBox_.end()) return 0;
+        c = box->second;
     }
     ui::Color back = c->BackColor();
     // Labels, check boxes and options without a colour of their own sit on their container's.
@@ -915,6 +944,17 @@ LRESULT CALLBACK InputSubclass(HWND w, UINT message, WPARAM wp, LPARAM lp, UINT_
                                DWORD_PTR data) {
     auto* self = reinterpret_cast<Renderer*>(data);
     if (message == WM_CHAR && !self->OnChar(w, wp)) return 0;
+    if (message == WM_ERASEBKGND) {
+        // A group box paints its border and caption only; its inside is the frame's face.
+        auto box = self->byGroupBox_.find(w);
+        if (box != self->byGroupBox_.end()) {
+            RECT client;
+            GetClientRect(w, &client);
+            FillRect(reinterpret_cast<HDC>(wp), &client,
+                     self->Brush(ToColorRef(box->second->BackColor())));
+            return 1;
+        }
+    }
     if (message == WM_LBUTTONDOWN) {
         self->mouseNode_ = nullptr;
         self->mouseDown_ = {static_cast<short>(LOWORD(lp)), static_cast<short>(HIWORD(lp))};

@@ -113,6 +113,7 @@ class Renderer {
     std::unordered_map<const ui::Control*, HWND> windows_;  // null for timers
     std::unordered_map<HWND, ui::Control*> byWindow_;
     std::unordered_map<const ui::Control*, HWND> groupBoxes_;  // the border of each frame
+    std::unordered_map<HWND, ui::Control*> byGroupBox_;
     std::unordered_map<const ui::Control*, std::vector<std::vector<std::string>>> shownRows_;
     std::map<COLORREF, HBRUSH> brushes_;
     std::map<std::string, HBITMAP> pictures_;

@@ -28,9 +28,9 @@ void WindowInput::Attach(ui::Control& root) {
     view_->OnError = [this](const char*, std::exception_ptr error) {
         if (!kept_) kept_ = error;
     };
-    RECT client;
-    GetClientRect(frame_.Handle(), &client);
-    view_->SetBounds(0, 0, client.right, client.bottom);
+    // The frame fits the control's own size, so the layout is the one the script expects.
+    frame_.SetClientSize(view_->ToPx(root.Width()), view_->ToPx(root.Height()));
+    InputDriver::Resize(root, root.Width(), root.Height());
     ShowWindow(view_->RootWindow(), SW_SHOWNA);
 }
 
