@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include "ComTypes.h"
+#include "Module.h"
 #include "tools/Vb.h"
 
 namespace kestrova::win {
@@ -21,25 +23,6 @@ constexpr wchar_t kPaintClass[] = L"KestrovaPaint";
 constexpr wchar_t kPathProperty[] = L"Kestrova.Path";
 constexpr UINT_PTR kSubclassId = 1;
 
-std::wstring Wide(std::string_view text) {
-    if (text.empty()) return {};
-    const int size = static_cast<int>(std::min<size_t>(text.size(), INT_MAX / 2));
-    std::wstring out(static_cast<size_t>(size), L'\0');
-    const int n = MultiByteToWideChar(CP_UTF8, 0, text.data(), size, out.data(), size);
-    out.resize(static_cast<size_t>(std::max(n, 0)));
-    return out;
-}
-
-std::string Narrow(std::wstring_view text) {
-    if (text.empty()) return {};
-    const int size = static_cast<int>(std::min<size_t>(text.size(), INT_MAX / 4));
-    const int need =
-        WideCharToMultiByte(CP_UTF8, 0, text.data(), size, nullptr, 0, nullptr, nullptr);
-    std::string out(static_cast<size_t>(std::max(need, 0)), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), size, out.data(), need, nullptr, nullptr);
-    return out;
-}
-
 std::wstring WindowText(HWND window) {
     const int length = GetWindowTextLengthW(window);
     std::wstring text(static_cast<size_t>(std::max(length, 0)) + 1, L'\0');
@@ -49,16 +32,8 @@ std::wstring WindowText(HWND window) {
 }
 
 void SetText(HWND window, std::string_view text) {
-    const std::wstring wide = Wide(text);
+    const std::wstring wide = Widen(text);
     if (WindowText(window) != wide) SetWindowTextW(window, wide.c_str());
-}
-
-HINSTANCE ThisModule() {
-    HMODULE module = nullptr;
-    GetModuleHandleExW(
-        GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-        reinterpret_cast<LPCWSTR>(&ThisModule), &module);
-    return module;
 }
 
 bool IsDefaultFace(ui::Color c) {
@@ -264,7 +239,7 @@ Renderer::Renderer(Control& root, HWND parent, double dpi)
         } catch (...) {
             message += "unknown failure";
         }
-        OutputDebugStringW(Wide(message + "\n").c_str());
+        OutputDebugStringW(Widen(message + "\n").c_str());
     };
     RegisterClasses();
     GetObjectW(GetStockObject(DEFAULT_GUI_FONT), sizeof(fonts_->base), &fonts_->base);
@@ -314,7 +289,7 @@ HWND Renderer::Create(Control& c, HWND parent) {
         return nullptr;
     }
     byWindow_[w] = &c;
-    const std::wstring path = Wide(ControlPath(c, root_).substr(0, 255));
+    const std::wstring path = Widen(ControlPath(c, root_).substr(0, 255));
     if (ATOM atom = GlobalAddAtomW(path.c_str()))
         SetPropW(w, kPathProperty, reinterpret_cast<HANDLE>(static_cast<UINT_PTR>(atom)));
     switch (c.GetKind()) {
@@ -521,7 +496,7 @@ void Renderer::ApplyText(Control& c, HWND w) {
             break;
         case Kind::TextBox: {
             // The model's line breaks are CR LF already, as the edit control wants them.
-            const std::wstring text = Wide(c.Text());
+            const std::wstring text = Widen(c.Text());
             if (WindowText(w) == text) break;
             DWORD start = 0, end = 0;
             SendMessageW(w, EM_GETSEL, reinterpret_cast<WPARAM>(&start),
@@ -552,12 +527,12 @@ void Renderer::ApplyList(Control& c, HWND w) {
         std::wstring entry(static_cast<size_t>(std::max<LRESULT>(length, 0)) + 1, L'\0');
         SendMessageW(w, CB_GETLBTEXT, same, reinterpret_cast<LPARAM>(entry.data()));
         entry.resize(static_cast<size_t>(std::max<LRESULT>(length, 0)));
-        if (entry != Wide(list[same])) break;
+        if (entry != Widen(list[same])) break;
     }
     // Entries changed or went away: rebuild from the first difference.
     for (size_t i = have; i > same; --i) SendMessageW(w, CB_DELETESTRING, i - 1, 0);
     for (size_t i = same; i < list.size(); ++i)
-        SendMessageW(w, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(Wide(list[i]).c_str()));
+        SendMessageW(w, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(Widen(list[i]).c_str()));
     if (SendMessageW(w, CB_GETCURSEL, 0, 0) != c.ListIndex())
         SendMessageW(w, CB_SETCURSEL, static_cast<WPARAM>(c.ListIndex()), 0);
 }
@@ -579,7 +554,7 @@ void Renderer::ApplyNodes(Control& c, HWND w) {
             insert.hParent = TVI_ROOT;
             insert.hInsertAfter = TVI_LAST;
             insert.item.mask = TVIF_TEXT | TVIF_PARAM;
-            std::wstring text = Wide(nodes[i].Text);
+            std::wstring text = Widen(nodes[i].Text);
             insert.item.pszText = text.data();
             insert.item.lParam = static_cast<LPARAM>(i);
             items.push_back(reinterpret_cast<HTREEITEM>(
@@ -595,7 +570,7 @@ void Renderer::ApplyNodes(Control& c, HWND w) {
         item.pszText = buffer;
         item.cchTextMax = 260;
         SendMessageW(w, TVM_GETITEMW, 0, reinterpret_cast<LPARAM>(&item));
-        std::wstring text = Wide(nodes[i].Text);
+        std::wstring text = Widen(nodes[i].Text);
         if (text != buffer) {
             item.pszText = text.data();
             SendMessageW(w, TVM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item));
@@ -614,7 +589,7 @@ void Renderer::ApplyColumns(Control& c, HWND w) {
         header ? std::max<LRESULT>(SendMessageW(header, HDM_GETITEMCOUNT, 0, 0), 0) : 0);
     for (; have > columns.size(); --have) SendMessageW(w, LVM_DELETECOLUMN, have - 1, 0);
     for (size_t i = 0; i < columns.size(); ++i) {
-        std::wstring text = Wide(columns[i].Text);
+        std::wstring text = Widen(columns[i].Text);
         LVCOLUMNW column{};
         column.mask = LVCF_TEXT | LVCF_WIDTH;
         column.pszText = text.data();
@@ -648,7 +623,7 @@ void Renderer::ApplyRows(Control& c, HWND w) {
             const std::string want = col < rows[i].size() ? rows[i][col] : std::string();
             if (cells[col] == want) continue;
             cells[col] = want;
-            std::wstring text = Wide(want);
+            std::wstring text = Widen(want);
             LVITEMW item{};
             item.iSubItem = static_cast<int>(col);
             item.pszText = text.data();
@@ -704,7 +679,7 @@ HBITMAP Renderer::Picture(const std::string& name) {
     auto [it, fresh] = pictures_.try_emplace(name, nullptr);
     if (fresh && !name.empty())
         it->second = static_cast<HBITMAP>(
-            LoadImageW(ThisModule(), Wide(name).c_str(), IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION));
+            LoadImageW(ThisModule(), Widen(name).c_str(), IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION));
     return it->second;
 }
 
@@ -779,7 +754,7 @@ void Renderer::OnDrawItem(DRAWITEMSTRUCT* item) {
         DrawPicture(item->hDC, Picture(panel.Picture), icon);
         box.left = icon.right + 2;
     }
-    std::wstring text = Wide(panel.Text);
+    std::wstring text = Widen(panel.Text);
     SetBkMode(item->hDC, TRANSPARENT);
     SetTextColor(item->hDC, GetSysColor(COLOR_BTNTEXT));
     box.left += 2;

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "ComTypes.h"
 #include "Renderer.h"
 
 namespace kestrova::win {
@@ -92,13 +93,7 @@ void WindowInput::Type(ui::Control& c, const std::string& text) {
     }
     HWND window = Window(c);
     SetFocus(window);
-    const std::wstring wide = [&] {
-        std::wstring out(text.size(), L'\0');
-        const int n = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
-                                          out.data(), static_cast<int>(out.size()));
-        out.resize(static_cast<size_t>(n > 0 ? n : 0));
-        return out;
-    }();
+    const std::wstring wide = Widen(text);
     SendMessageW(window, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(wide.c_str()));
     RaiseKept();
 }
