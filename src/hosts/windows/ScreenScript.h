@@ -14,7 +14,8 @@ struct ScreenScriptOptions {
     std::string screenshot;  // a BMP file of the frame at the end; empty for none
 };
 
-// Runs the script; returns the number of failed lines (a failed screenshot counts as one).
+// Runs the script; returns the number of failed lines. Besides the scripted frame's commands a
+// line "screenshot FILE" saves the frame as it is then (a BMP file).
 int RunScreenScript(std::istream& script, std::ostream& out, const ScreenScriptOptions& options);
 
 }  // namespace kestrova::win
