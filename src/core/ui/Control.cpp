@@ -510,20 +510,27 @@ void Control::SetColumnText(size_t index, std::string text) {
     Notify(Prop::ColumnHeaders);
 }
 
-void Control::AddRow(std::vector<std::string> cells) {
+Color Control::RowBackColor(size_t index) const {
+    return index < rowBacks_.size() ? rowBacks_[index] : syscolor::Window;
+}
+
+void Control::AddRow(std::vector<std::string> cells, Color back) {
     rows_.push_back(std::move(cells));
+    rowBacks_.push_back(back);
     Notify(Prop::ListItems);
 }
 
 void Control::RemoveRow(size_t position) {
     if (position < 1 || position > rows_.size()) Raise(kIndexOutOfBounds, "Index out of bounds");
     rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(position - 1));
+    rowBacks_.erase(rowBacks_.begin() + static_cast<std::ptrdiff_t>(position - 1));
     Notify(Prop::ListItems);
 }
 
 void Control::ClearRows() {
     if (rows_.empty()) return;
     rows_.clear();
+    rowBacks_.clear();
     Notify(Prop::ListItems);
 }
 

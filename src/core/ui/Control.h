@@ -220,7 +220,9 @@ class Control {
     void AddColumn(std::string text, int32_t width);
     void SetColumnText(size_t index, std::string text);
     const std::vector<std::vector<std::string>>& ListItems() const { return rows_; }
-    void AddRow(std::vector<std::string> cells);
+    // A row's background (0-based, as ListItems counts); the window colour when it has none.
+    Color RowBackColor(size_t index) const;
+    void AddRow(std::vector<std::string> cells, Color back = syscolor::Window);
     void RemoveRow(size_t position);  // 1-based, as the list view counts
     void ClearRows();
 
@@ -292,6 +294,7 @@ class Control {
     std::string selectedKey_;
     std::vector<ColumnHeader> columns_;
     std::vector<std::vector<std::string>> rows_;
+    std::vector<Color> rowBacks_;  // beside rows_
     std::vector<Panel> panels_;
     std::vector<std::pair<int, Observer>> observers_;
     int nextObserver_ = 1;

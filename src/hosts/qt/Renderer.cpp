@@ -278,19 +278,9 @@ QWidget* Renderer::Create(Control& c, QWidget* parent) {
             w = tree;
             break;
         }
-        case Kind::ListView: {
-            auto* list = new QTreeWidget(parent);
-            list->setRootIsDecorated(false);
-            list->setIndentation(0);
-            list->setUniformRowHeights(true);
-            list->setAllColumnsShowFocus(true);
-            list->setSelectionMode(QAbstractItemView::SingleSelection);
-            list->header()->setStretchLastSection(false);
-            list->header()->setSectionsMovable(false);
-            list->setColumnCount(0);
-            w = list;
+        case Kind::ListView:
+            w = new ListViewWidget(parent);
             break;
-        }
         case Kind::StatusBar:
             w = new StatusBarWidget(parent);
             break;
@@ -653,13 +643,18 @@ void Renderer::ApplyColumns(Control& c, QWidget* w) {
     for (const auto& col : columns) labels << QString::fromStdString(col.Text);
     if (list->columnCount() != labels.size()) list->setColumnCount(static_cast<int>(labels.size()));
     list->setHeaderLabels(labels);
+    // The design widths are a start; the contents decide.
     for (size_t i = 0; i < columns.size(); ++i)
         list->setColumnWidth(static_cast<int>(i), ToPx(columns[i].Width));
+    if (auto* view = dynamic_cast<ListViewWidget*>(list)) view->FitColumns();
 }
 
 void Renderer::ApplyRows(Control& c, QWidget* w) {
     auto* list = qobject_cast<QTreeWidget*>(w);
     if (!list) return;
+    auto* view = dynamic_cast<ListViewWidget*>(list);
+    const bool follow = view && view->AtEnd();  // the user has not scrolled away
+    const QPalette app = QApplication::palette();
     const auto& rows = c.ListItems();
     const int want = static_cast<int>(rows.size());
     while (list->topLevelItemCount() > want)
@@ -675,7 +670,16 @@ void Renderer::ApplyRows(Control& c, QWidget* w) {
         }
         for (int col = static_cast<int>(cells.size()); col < item->columnCount(); ++col)
             if (!item->text(col).isEmpty()) item->setText(col, QString());
+        const ui::Color back = c.RowBackColor(static_cast<size_t>(i));
+        const QVariant brush =
+            back == ui::syscolor::Window ? QVariant() : QVariant(QBrush(ToQColor(back, app)));
+        for (int col = 0; col < list->columnCount(); ++col)
+            if (item->data(col, Qt::BackgroundRole) != brush)
+                item->setData(col, Qt::BackgroundRole, brush);
     }
+    if (!view) return;
+    view->FitColumns();
+    if (follow && want > 0) view->scrollToItem(list->topLevelItem(want - 1));
 }
 
 void Renderer::OnModelChange(Control& c, Prop prop) {

@@ -13,6 +13,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
+#include <QScrollBar>
 #include <QTest>
 #include <QTreeWidget>
 #include <stdexcept>
@@ -204,8 +205,7 @@ std::string Shows(QWidget* w) {
                  .arg(QColor(x->grab().toImage().pixel(100, 50)).name());
     } else if (auto* x = dynamic_cast<QTreeWidget*>(w)) {
         if (!x->isHeaderHidden())
-            for (int c = 0; c < x->columnCount(); ++c)
-                s << x->headerItem()->text(c) + QString(":%1").arg(x->columnWidth(c));
+            for (int c = 0; c < x->columnCount(); ++c) s << x->headerItem()->text(c);
         for (int i = 0; i < x->topLevelItemCount(); ++i) s << item(x->topLevelItem(i), x);
     } else if (auto* x = dynamic_cast<StatusBarWidget*>(w)) {
         for (int i = 0; i < x->PanelCount(); ++i)
@@ -266,9 +266,9 @@ TEST(RendererProperties, EachKindShowsWhatTheModelHolds) {
              c.SetColumnText(0, "Nr.");
              c.AddRow({"1", "0x8C10", "Process variable range overrun"});
              c.AddRow({"2", "0x5100"});
-             c.AddRow({"3", "0x1800", "x"});
+             c.AddRow({"3", "0x1800", "x"}, Rgb(255, 214, 214));
              c.RemoveRow(1); },  // the model counts rows from 1
-         "Nr.:40 Code:60 Text:200 2,0x5100, 3,0x1800,x"},
+         "Nr. Code Text 2,0x5100, 3,0x1800,x on #ffd6d6"},
         {"status bar", Kind::StatusBar, [](Control& c) {
              c.AddPanel("", 2400); c.AddPanel("Device", 1500); c.AddPanel("third", 1000);
              c.SetPanelText(2, "Connected");  // the model counts panels from 1
@@ -299,6 +299,44 @@ TEST(RendererProperties, EachKindShowsWhatTheModelHolds) {
     for (const char* name : {"logo_halvervoss", "logo_halvervoss_small", "logo_ostrel",
                              "logo_dravik", "logo_dravik_small", "lamp_off", "lamp_connecting"})
         EXPECT_FALSE(LoadPicture(name).isNull()) << name;
+}
+
+TEST_F(RendererTest, ListViewFollowsNewRowsFitsColumnsAndTipsCutCells) {
+    Control& list = root.AddControl(Kind::ListView, "List");
+    list.Move(0, 0, 4500, 1500);  // 300 x 100 px: a few rows in view
+    for (const char* head : {"Number", "Event Code", "Hex values"}) list.AddColumn(head, 300);
+    Render();
+    auto* view = Widget<ListViewWidget>(list);
+    ASSERT_NE(view, nullptr);
+    auto newestInView = [&] {
+        QTreeWidgetItem* last = view->topLevelItem(view->topLevelItemCount() - 1);
+        return view->viewport()->rect().contains(view->visualItemRect(last));
+    };
+    for (int i = 1; i <= 30; ++i) list.AddRow({std::to_string(i), "excess temperature", "0xF4"});
+    EXPECT_TRUE(newestInView());
+
+    // Columns as wide as their widest text: no cell cut, the last one filling up the row.
+    const QFontMetrics fm(view->font());
+    EXPECT_GE(view->columnWidth(1), fm.horizontalAdvance(QStringLiteral("excess temperature")));
+    EXPECT_GE(view->columnWidth(0), fm.horizontalAdvance(QStringLiteral("Number")));
+    EXPECT_FALSE(view->CellIsCut(view->model()->index(29, 1)));
+    EXPECT_GE(view->columnWidth(0) + view->columnWidth(1) + view->columnWidth(2),
+              view->viewport()->width());
+
+    // A user who scrolled back up stays there.
+    view->scrollToTop();
+    list.AddRow({"31", "x", "0x00"});
+    EXPECT_FALSE(newestInView());
+    EXPECT_EQ(view->verticalScrollBar()->value(), 0);
+    view->scrollToBottom();
+    list.AddRow({"32", "x", "0x00"});
+    EXPECT_TRUE(newestInView());
+
+    // A cell narrower than its text is cut and tells its text as a tooltip.
+    view->setColumnWidth(1, 20);
+    EXPECT_TRUE(view->CellIsCut(view->model()->index(0, 1)));
+    EXPECT_FALSE(view->CellIsCut(view->model()->index(0, 0)));
+    EXPECT_FALSE(view->CellIsCut(QModelIndex()));
 }
 
 TEST_F(RendererTest, ColoursGoToTheRoleEachKindPaintsWith) {

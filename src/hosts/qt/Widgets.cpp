@@ -1,7 +1,11 @@
 #include "Widgets.h"
 
+#include <QHeaderView>
+#include <QHelpEvent>
 #include <QPainter>
 #include <QResizeEvent>
+#include <QScrollBar>
+#include <QToolTip>
 #include <algorithm>
 
 #include "Renderer.h"
@@ -221,6 +225,64 @@ void NodeDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
     // colours instead of the style's highlight.
     if (index.data(kOwnColorsRole).toBool()) opt.state &= ~QStyle::State_Selected;
     QStyledItemDelegate::paint(painter, opt, index);
+}
+
+// --- list view ---
+
+ListViewWidget::ListViewWidget(QWidget* parent) : QTreeWidget(parent) {
+    setRootIsDecorated(false);
+    setIndentation(0);
+    setUniformRowHeights(true);
+    setAllColumnsShowFocus(true);
+    setSelectionMode(QAbstractItemView::SingleSelection);
+    header()->setStretchLastSection(false);
+    header()->setSectionsMovable(false);
+    setColumnCount(0);
+}
+
+bool ListViewWidget::AtEnd() const {
+    const QScrollBar* bar = verticalScrollBar();
+    return bar->value() >= bar->maximum();
+}
+
+void ListViewWidget::FitColumns() {
+    const int columns = columnCount();
+    int used = 0;
+    for (int i = 0; i < columns; ++i) {
+        resizeColumnToContents(i);
+        used += columnWidth(i);
+    }
+    // No gap after the last column, and never a column cut to fill it.
+    const int room = viewport()->width();
+    if (columns > 0 && used < room)
+        setColumnWidth(columns - 1, columnWidth(columns - 1) + room - used);
+}
+
+bool ListViewWidget::CellIsCut(const QModelIndex& index) const {
+    const QString text = index.data(Qt::DisplayRole).toString();
+    if (!index.isValid() || text.isEmpty()) return false;
+    const QRect cell = visualRect(index);
+    // The style's padding on both sides of the text.
+    const int margin = 2 * (style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 1);
+    const int shown = std::min(cell.right(), viewport()->width() - 1) - cell.left() + 1;
+    return fontMetrics().horizontalAdvance(text) + margin > shown;
+}
+
+bool ListViewWidget::viewportEvent(QEvent* event) {
+    if (event->type() != QEvent::ToolTip) return QTreeWidget::viewportEvent(event);
+    const auto* help = static_cast<QHelpEvent*>(event);
+    const QModelIndex index = indexAt(help->pos());
+    if (CellIsCut(index))
+        QToolTip::showText(help->globalPos(), index.data().toString(), viewport(),
+                           visualRect(index));
+    else
+        QToolTip::hideText();
+    return true;
+}
+
+void ListViewWidget::resizeEvent(QResizeEvent* event) {
+    QTreeWidget::resizeEvent(event);
+    FitColumns();
 }
 
 }  // namespace kestrova::qt

@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QPixmap>
 #include <QStyledItemDelegate>
+#include <QTreeWidget>
 #include <QWidget>
 #include <string>
 #include <vector>
@@ -92,6 +93,23 @@ class StatusBarWidget : public QWidget {
     std::vector<PanelView> views_;
 
   protected:
+    void resizeEvent(QResizeEvent* event) override;
+};
+
+// A list view in report mode: it follows its newest row unless the user scrolled away, sizes
+// its columns to their contents and shows a cut cell's full text as a tooltip.
+class ListViewWidget : public QTreeWidget {
+  public:
+    explicit ListViewWidget(QWidget* parent = nullptr);
+    // Whether the last row is in view (or there is nothing to scroll).
+    bool AtEnd() const;
+    // Columns as wide as their header and cells; the last one fills what is left.
+    void FitColumns();
+    // Whether a cell shows less than its whole text (it gets a tooltip then).
+    bool CellIsCut(const QModelIndex& index) const;
+
+  protected:
+    bool viewportEvent(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 };
 

@@ -36,6 +36,40 @@ TYPED_TEST(ExpertPage, FitsThePageFrame) {
     ExpectInside(page);
 }
 
+// A larger window gives the event list the room; every other control keeps its place, and the
+// design size brings the design-time layout back.
+TEST(PollingPages, OnlyTheEventListGrowsWithThePage) {
+    testing::RecordingServices services;
+    IOLinkParam page(services);
+    struct Box {
+        int32_t left, top, width, height;
+        bool operator==(const Box&) const = default;
+    };
+    auto box = [&](const char* path) {
+        const ui::Control& c = *page.Resolve(path);
+        return Box{c.Left(), c.Top(), c.Width(), c.Height()};
+    };
+    const char* const fixed[] = {"UCParameter1", "IOLinkCommunication1", "Label1",
+                                 "UCEventData1.Command1"};
+    std::vector<Box> before;
+    for (const char* path : fixed) before.push_back(box(path));
+    const Box list = box("UCEventData1.ListView1");
+
+    page.Move(0, 0, page.Width() + 3000, page.Height() + 2000);
+    EXPECT_EQ(box("UCEventData1.ListView1"),
+              (Box{list.left, list.top, list.width + 3000, list.height + 2000}));
+    EXPECT_EQ(box("UCEventData1.Command2").left, before[3].left + 3000);
+    EXPECT_EQ(box("UCEventData1.Command2").top, 750);
+    for (size_t i = 0; i < 3; ++i) EXPECT_EQ(box(fixed[i]), before[i]) << fixed[i];
+    ExpectInside(page);
+
+    page.Move(0, 0, 3000, 2000);  // smaller than designed: the design-time layout stays
+    EXPECT_EQ(box("UCEventData1.ListView1"), list);
+    page.Move(0, 0, Page::kWidth, Page::kHeight);
+    EXPECT_EQ(box("UCEventData1.Command1"), before[3]);
+    EXPECT_EQ(box("UCEventData1.ListView1"), list);
+}
+
 TYPED_TEST(ExpertPage, PollsOnlyWhileShownAndBound) {
     testing::PageRig<TypeParam> p;
     EXPECT_TRUE(p.DueAtOnce());

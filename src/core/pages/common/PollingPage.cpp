@@ -1,9 +1,16 @@
 #include "pages/common/PollingPage.h"
 
+#include <algorithm>
+
 #include "link/ClsGUI.h"
 #include "pages/common/PanelSupport.h"
 
 namespace kestrova::pages {
+
+namespace {
+// The event list's design-time place on the page.
+constexpr int32_t kEventsLeft = 120, kEventsTop = 3090, kEventsWidth = 7590, kEventsHeight = 2325;
+}  // namespace
 
 PollingPage::PollingPage(ui::Services& services, std::string name, const LabelText& title)
     : Page(services, std::move(name)),
@@ -14,7 +21,7 @@ PollingPage::PollingPage(ui::Services& services, std::string name, const LabelTe
     // The page's own panel sits at the top left, the communication panel beside it and the
     // event list along the bottom.
     communication_.Move(3880, 420, communication_.Width(), communication_.Height());
-    events_.Move(120, 3090, events_.Width(), events_.Height());
+    events_.Move(kEventsLeft, kEventsTop, kEventsWidth, kEventsHeight);
     timer_.SetEnabled(false);
     timer_.SetInterval(kInterval);
 
@@ -23,6 +30,14 @@ PollingPage::PollingPage(ui::Services& services, std::string name, const LabelTe
     timer_.OnTimer = [this] { Tick(); };
     communication_.ChangeTimer = [this](bool enable) { PanelEvent(enable); };
     events_.ChangeTimer = [this](bool enable) { PanelEvent(enable); };
+}
+
+void PollingPage::OnResize() {
+    // Only the event list grows with the page; everything else keeps its design-time place.
+    const int32_t right = kWidth - kEventsLeft - kEventsWidth;
+    const int32_t bottom = kHeight - kEventsTop - kEventsHeight;
+    events_.Move(kEventsLeft, kEventsTop, std::max(kEventsWidth, Width() - kEventsLeft - right),
+                 std::max(kEventsHeight, Height() - kEventsTop - bottom));
 }
 
 void PollingPage::OnShow() {

@@ -49,6 +49,7 @@ class PollingPage : public Page {
 
     void OnShow() override;
     void OnHide() override;
+    void OnResize() override;
 
     ClsGUI* gui_ = nullptr;
 

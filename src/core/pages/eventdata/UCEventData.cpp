@@ -57,6 +57,24 @@ int64_t Qualifier(const ClsEvent& event) {
     }
 }
 
+// Row backgrounds by the type bits of the qualifier: errors light red, warnings light amber,
+// notifications plain.
+ui::Color TypeBackColor(int32_t type) {
+    switch (type & 0x30) {
+        case 0x30:
+            return ui::Rgb(255, 214, 214);
+        case 0x20:
+            return ui::Rgb(255, 240, 196);
+        default:
+            return ui::syscolor::Window;
+    }
+}
+
+// Design-time room around the list: the buttons' column on the right, margins in the frame.
+constexpr int32_t kMargin = 120;
+constexpr int32_t kListTop = 270;
+constexpr int32_t kButtonWidth = 1335;
+
 }  // namespace
 
 UCEventData::UCEventData(ui::Services& services, std::string name)
@@ -104,13 +122,30 @@ void UCEventData::AddRow(const ClsEvent& event) {
     auto& list = C("ListView1");
     while (list.ListItems().size() >= kMaxRows) list.RemoveRow(1);
     const ClsGUI& gui = *gui_;
-    list.AddRow({
-        Str(int64_t{event.Number}),
-        IolErrorText(2, event.Instance, 0, gui),
-        IolErrorText(3, TypeModeWord(event), 0, gui),
-        IolErrorText(1, event.Code, event.Type, gui),
-        Hex(Qualifier(event), 2) + " " + Hex(Code16(event.Code), 4),
-    });
+    list.AddRow(
+        {
+            Str(int64_t{event.Number}),
+            IolErrorText(2, event.Instance, 0, gui),
+            IolErrorText(3, TypeModeWord(event), 0, gui),
+            IolErrorText(1, event.Code, event.Type, gui),
+            Hex(Qualifier(event), 2) + " " + Hex(Code16(event.Code), 4),
+        },
+        TypeBackColor(event.Type));
+}
+
+void UCEventData::OnResize() {
+    // The list takes whatever room the panel is given; the buttons stay right of it.
+    if (!Find("Command2")) return;  // sized while being built
+    const int32_t w = Width(), h = Height();
+    C("Frame2").Move(0, 0, w, h);
+    const int32_t buttonLeft = w - kMargin - kButtonWidth;
+    C("ListView1")
+        .Move(kMargin, kListTop, std::max<int32_t>(buttonLeft - 2 * kMargin, kMargin),
+              std::max<int32_t>(h - kListTop - kMargin, kMargin));
+    for (const char* name : {"Command1", "Command2"}) {
+        auto& button = C(name);
+        button.Move(buttonLeft, button.Top(), button.Width(), button.Height());
+    }
 }
 
 void UCEventData::ActualizeEvents(ClsDevice& device, int maxEvents) {

@@ -37,6 +37,9 @@ class UCEventData : public ui::UserControl {
     // true after "Save Events".
     std::function<void(bool enable)> ChangeTimer;
 
+  protected:
+    void OnResize() override;
+
   private:
     void Refill();
     void AddRow(const ClsEvent& event);

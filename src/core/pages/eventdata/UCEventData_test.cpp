@@ -48,6 +48,15 @@ TEST(UCEventData, RowsCarryNumberTextsAndHexValues) {
                   {"2", "APPL", "ERR-COMING", "excess ambient temperature", "0xF4 0x4110"},
                   {"3", "APPL", "WARN-GOING", "manufacturer specific (0x8CA0)", "0xA4 0x8CA0"},
               }));
+    // Errors and warnings stand out; a row without a known type stays plain.
+    const ui::Control& list = p.panel("ListView1");
+    EXPECT_EQ(list.RowBackColor(0), ui::syscolor::Window);
+    EXPECT_EQ(list.RowBackColor(1), ui::Rgb(255, 214, 214));
+    EXPECT_EQ(list.RowBackColor(2), ui::Rgb(255, 240, 196));
+    // The oldest row goes with its colour.
+    list.Parent()->Find("ListView1")->RemoveRow(1);
+    EXPECT_EQ(list.RowBackColor(0), ui::Rgb(255, 214, 214));
+    EXPECT_EQ(list.RowBackColor(2), ui::syscolor::Window);  // past the end: plain
 }
 
 // Qualifier parts come from the answer as any 32-bit value; their sums must not overflow (the
