@@ -2,9 +2,9 @@
 
 #include <atomic>
 
+#include "BusinessObject.h"
 #include "DtmGuiObject.h"
 #include "Module.h"
-#include "SimulatorObject.h"
 
 namespace kestrova::win {
 
@@ -13,7 +13,7 @@ namespace {
 const ComClass kClasses[] = {
     {&CLSID_DTMGUI, DTMGUI::kProgId, "Kestrova DTMGUI", true, &DtmGuiObject::Create},
     {&CLSID_Simulator, "Kestrova.Simulator", "Kestrova simulated IO-Link USB master", false,
-     &SimulatorObject::Create},
+     &BusinessObject::CreateSimulator},
 };
 
 class ClassFactory final : public IClassFactory {

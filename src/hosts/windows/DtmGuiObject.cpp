@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "BusinessObject.h"
 #include "ComBridge.h"
 #include "ui/Control.h"
 

@@ -1,25 +1,34 @@
-// The simulated IO-Link USB master as a COM business object ("Kestrova.Simulator"): IDtm,
-// IGuiBridge and IGuiReleaseNotify over the simulator, so the control runs in any frame without
-// hardware.
+// A DTM business object in COM form: IDtm, IGuiBridge and IGuiReleaseNotify over one of the
+// core's bridges. Over the simulated master it is the class "Kestrova.Simulator", so the control
+// runs in any frame without hardware; tests put a scripted bridge behind it.
 #pragma once
 
 #include <windows.h>
 
 #include <atomic>
+#include <functional>
 #include <memory>
+#include <vector>
 
 #include "Kestrova_h.h"
 #include "Module.h"
-#include "sim/Simulator.h"
+#include "link/IGuiBridge.h"
+#include "ui/Services.h"
 
 namespace kestrova::win {
 
-class SimulatorObject final : public DispatchOf<::IGuiBridge> {
+class BusinessObject final : public DispatchOf<::IGuiBridge> {
   public:
-    static HRESULT Create(REFIID iid, void** out);
-    // Our own simulator behind a business object, or null for any other object; the reference
-    // is borrowed from obj.
-    static SimulatorObject* Find(IUnknown* obj);
+    using Inventory = std::function<std::vector<ui::InventoryRecord>()>;
+
+    // A business object over bridge; inventory, when given, is the USB inventory that goes
+    // with it (the simulated master's).
+    static HRESULT Create(std::shared_ptr<kestrova::IGuiBridge> bridge, Inventory inventory,
+                          REFIID iid, void** out);
+    // The class "Kestrova.Simulator": a business object over a new simulated master.
+    static HRESULT CreateSimulator(REFIID iid, void** out);
+    // The inventory of one of our business objects in this process; empty for other objects.
+    static Inventory InventoryOf(IUnknown* obj);
 
     // IUnknown
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override;
@@ -38,13 +47,11 @@ class SimulatorObject final : public DispatchOf<::IGuiBridge> {
     HRESULT STDMETHODCALLTYPE SendCommand(BSTR text, VARIANT* answer) override;
     HRESULT STDMETHODCALLTYPE SetItem(BSTR name, VARIANT value) override;
 
-    sim::Simulator& Simulator() { return *sim_; }
-
   private:
     // The other two interfaces, each with its own type information for late binding.
     class DtmPart final : public DispatchOf<::IDtm> {
       public:
-        explicit DtmPart(SimulatorObject& owner) : owner_(owner) {}
+        explicit DtmPart(BusinessObject& owner) : owner_(owner) {}
         HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
             return owner_.QueryInterface(iid, out);
         }
@@ -52,11 +59,11 @@ class SimulatorObject final : public DispatchOf<::IGuiBridge> {
         ULONG STDMETHODCALLTYPE Release() override { return owner_.Release(); }
 
       private:
-        SimulatorObject& owner_;
+        BusinessObject& owner_;
     };
     class NotifyPart final : public DispatchOf<::IGuiReleaseNotify> {
       public:
-        explicit NotifyPart(SimulatorObject& owner) : owner_(owner) {}
+        explicit NotifyPart(BusinessObject& owner) : owner_(owner) {}
         HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
             return owner_.QueryInterface(iid, out);
         }
@@ -65,16 +72,17 @@ class SimulatorObject final : public DispatchOf<::IGuiBridge> {
         HRESULT STDMETHODCALLTYPE NotifyGuiReleased() override;
 
       private:
-        SimulatorObject& owner_;
+        BusinessObject& owner_;
     };
 
-    SimulatorObject();
-    ~SimulatorObject();
+    BusinessObject(std::shared_ptr<kestrova::IGuiBridge> bridge, Inventory inventory);
+    ~BusinessObject();
     template <class Fn>
     HRESULT Run(Fn&& fn);
 
     std::atomic<ULONG> refs_{1};
-    std::unique_ptr<sim::Simulator> sim_;
+    std::shared_ptr<kestrova::IGuiBridge> bridge_;
+    Inventory inventory_;
     DtmPart dtm_{*this};
     NotifyPart notify_{*this};
 };
