@@ -27,13 +27,17 @@ else()
 endif()
 
 # add_test for a Windows program, run in the shared prefix. Extra arguments are passed on to
-# add_test; FIXTURES lists further fixtures the test needs.
+# add_test; FIXTURES lists further fixtures the test needs, PROPERTIES further test properties.
+# Where the target's programs cannot run, no test is added.
 function(kestrova_add_wine_test name)
-  cmake_parse_arguments(ARG "" "" "FIXTURES;ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "FIXTURES;ENVIRONMENT;PROPERTIES" ${ARGN})
   if(NOT KESTROVA_CAN_RUN)
     return()
   endif()
   add_test(NAME ${name} ${ARG_UNPARSED_ARGUMENTS})
   set_tests_properties(${name} PROPERTIES FIXTURES_REQUIRED "wineprefix;${ARG_FIXTURES}"
                        ENVIRONMENT "${KESTROVA_WINE_ENV};${ARG_ENVIRONMENT}" TIMEOUT 120)
+  if(ARG_PROPERTIES)
+    set_tests_properties(${name} PROPERTIES ${ARG_PROPERTIES})
+  endif()
 endfunction()
