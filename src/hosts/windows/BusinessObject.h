@@ -49,26 +49,9 @@ class BusinessObject final : public DispatchOf<::IGuiBridge> {
 
   private:
     // The other two interfaces, each with its own type information for late binding.
-    class DtmPart final : public DispatchOf<::IDtm> {
+    class NotifyPart final : public PartOf<::IGuiReleaseNotify> {
       public:
-        explicit DtmPart(BusinessObject& owner) : owner_(owner) {}
-        HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-            return owner_.QueryInterface(iid, out);
-        }
-        ULONG STDMETHODCALLTYPE AddRef() override { return owner_.AddRef(); }
-        ULONG STDMETHODCALLTYPE Release() override { return owner_.Release(); }
-
-      private:
-        BusinessObject& owner_;
-    };
-    class NotifyPart final : public DispatchOf<::IGuiReleaseNotify> {
-      public:
-        explicit NotifyPart(BusinessObject& owner) : owner_(owner) {}
-        HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-            return owner_.QueryInterface(iid, out);
-        }
-        ULONG STDMETHODCALLTYPE AddRef() override { return owner_.AddRef(); }
-        ULONG STDMETHODCALLTYPE Release() override { return owner_.Release(); }
+        explicit NotifyPart(BusinessObject& owner) : PartOf(owner), owner_(owner) {}
         HRESULT STDMETHODCALLTYPE NotifyGuiReleased() override;
 
       private:
@@ -83,7 +66,7 @@ class BusinessObject final : public DispatchOf<::IGuiBridge> {
     std::atomic<ULONG> refs_{1};
     std::shared_ptr<kestrova::IGuiBridge> bridge_;
     Inventory inventory_;
-    DtmPart dtm_{*this};
+    PartOf<::IDtm> dtm_{*this};
     NotifyPart notify_{*this};
 };
 

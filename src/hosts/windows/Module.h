@@ -70,4 +70,20 @@ class DispatchOf : public I {
     }
 };
 
+// A further interface of an object, with its own type information; identity and lifetime are
+// the owner's.
+template <class I>
+class PartOf : public DispatchOf<I> {
+  public:
+    explicit PartOf(IUnknown& owner) : owner_(owner) {}
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
+        return owner_.QueryInterface(iid, out);
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return owner_.AddRef(); }
+    ULONG STDMETHODCALLTYPE Release() override { return owner_.Release(); }
+
+  private:
+    IUnknown& owner_;
+};
+
 }  // namespace kestrova::win
