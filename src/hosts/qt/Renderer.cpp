@@ -393,7 +393,7 @@ void Renderer::Apply(Control& c, Prop prop) {
             ApplyColors(c, w);
             break;
         case Prop::ToolTipText:
-            w->setToolTip(QString::fromStdString(c.ToolTipText()));
+            ApplyToolTip(c, w);
             break;
         case Prop::FontBold:
         case Prop::FontSize:
@@ -437,6 +437,39 @@ void Renderer::Apply(Control& c, Prop prop) {
     --applying_;
 }
 
+namespace {
+
+bool TextIsClipped(const QWidget* w, const QString& text) {
+    // What a text box or a label can show: its box less the frame and the text margins.
+    constexpr int kPadding = 8;
+    const QFontMetrics fm(w->font());
+    const int room = w->width() - kPadding;
+    if (!text.contains(QChar('\n')) && fm.horizontalAdvance(text) <= room) return false;
+    if (qobject_cast<const QLineEdit*>(w)) return true;
+    const QRect need = fm.boundingRect(QRect(0, 0, std::max(room, 1), INT_MAX / 2),
+                                       Qt::TextWordWrap | Qt::TextWrapAnywhere, text);
+    return need.height() > w->height() - kPadding / 2;
+}
+
+}  // namespace
+
+void Renderer::ApplyToolTip(Control& c, QWidget* w) {
+    // A text that does not fit its box tells itself as the tooltip, unless the control has its
+    // own.
+    QString tip = QString::fromStdString(c.ToolTipText());
+    if (tip.isEmpty()) {
+        QString shown;
+        if (auto* line = qobject_cast<QLineEdit*>(w))
+            shown = line->text();
+        else if (auto* plain = qobject_cast<QPlainTextEdit*>(w))
+            shown = plain->toPlainText();
+        else if (auto* label = qobject_cast<QLabel*>(w); label && c.GetKind() == Kind::Label)
+            shown = label->text();
+        if (!shown.isEmpty() && TextIsClipped(w, shown)) tip = shown;
+    }
+    if (w->toolTip() != tip) w->setToolTip(tip);
+}
+
 void Renderer::ApplyGeometry(Control& c, QWidget* w) {
     int width = ToPx(c.Width());
     const int height = ToPx(c.Height());
@@ -451,6 +484,7 @@ void Renderer::ApplyGeometry(Control& c, QWidget* w) {
             width = std::max(width, fm.horizontalAdvance(label->text()) + 1);
     }
     w->setGeometry(ToPx(c.Left()), ToPx(c.Top()), width, height);
+    ApplyToolTip(c, w);
 }
 
 int DialogFontStretch(const QFont& base) {
@@ -513,7 +547,8 @@ void Renderer::ApplyColors(Control& c, QWidget* w) {
         case Kind::ComboBox:
         case Kind::TreeView:
         case Kind::ListView:
-            pal.setColor(QPalette::Base, back);
+            // A disabled box keeps the style's greyed background, as it does its text.
+            SetNormal(pal, QPalette::Base, back);
             SetNormal(pal, QPalette::Text, fore);
             break;
         case Kind::Shape:
@@ -538,7 +573,7 @@ void Renderer::ApplyText(Control& c, QWidget* w) {
             const QString text = LabelText(c.Caption());
             if (label->text() == text) break;
             label->setText(text);
-            ApplyGeometry(c, w);
+            ApplyGeometry(c, w);  // and the tooltip
             break;
         }
         case Kind::CommandButton: {
@@ -578,6 +613,7 @@ void Renderer::ApplyText(Control& c, QWidget* w) {
                 const QString text = ModelToPlain(c.Text());
                 if (plain->toPlainText() != text) plain->setPlainText(text);
             }
+            ApplyToolTip(c, w);
             break;
         case Kind::ComboBox:
             ApplyList(c, w);

@@ -86,6 +86,7 @@ class Renderer : public QObject {
     void ApplyColors(ui::Control& control, QWidget* widget);
     void ApplyFont(ui::Control& control, QWidget* widget);
     void ApplyText(ui::Control& control, QWidget* widget);
+    void ApplyToolTip(ui::Control& control, QWidget* widget);
     void ApplyList(ui::Control& control, QWidget* widget);
     void ApplyNodes(ui::Control& control, QWidget* widget);
     void ApplyColumns(ui::Control& control, QWidget* widget);

@@ -339,6 +339,45 @@ TEST_F(RendererTest, ListViewFollowsNewRowsFitsColumnsAndTipsCutCells) {
     EXPECT_FALSE(view->CellIsCut(QModelIndex()));
 }
 
+TEST_F(RendererTest, ClippedTextsTellThemselvesAsTooltips) {
+    Control& line = root.AddControl(Kind::TextBox, "Line");
+    line.Move(0, 0, 1500, 285);  // 100 px
+    Control& multi = root.AddControl(Kind::TextBox, "Multi");
+    multi.SetMultiLine(true);
+    multi.Move(0, 400, 1500, 480);  // two lines
+    Control& own = root.AddControl(Kind::TextBox, "Own");
+    own.SetToolTipText("Wrong number format");
+    Render();
+    const std::string longText = "Laser distance sensor 30...3000 m, class 2";
+    struct Case {
+        Control* box;
+        std::string text;
+        const char* tip;
+    } cases[] = {
+        {&line, "2607", ""},
+        {&line, longText, longText.c_str()},
+        {&line, "", ""},  // a tip goes when its text fits again
+        {&multi, "84 97 114", ""},
+        {&multi, std::string(200, '1'), nullptr},
+        {&own, longText, "Wrong number format"},  // the control's own tip wins
+    };
+    for (const Case& c : cases) {
+        c.box->SetText(c.text);
+        const QString expected = QString::fromStdString(c.tip ? c.tip : c.text);
+        EXPECT_EQ(renderer->WidgetFor(*c.box)->toolTip(), expected)
+            << c.box->Name() << " " << c.text;
+    }
+}
+
+TEST_F(RendererTest, DisabledTextBoxesLookDisabled) {
+    Control& box = root.AddControl(Kind::TextBox, "Box");
+    Render();
+    box.SetEnabled(false);
+    const QPalette& pal = renderer->WidgetFor(box)->palette();
+    EXPECT_NE(pal.color(QPalette::Disabled, QPalette::Base),
+              pal.color(QPalette::Active, QPalette::Base));
+}
+
 TEST_F(RendererTest, ColoursGoToTheRoleEachKindPaintsWith) {
     const bool back = true, fore = false;  // BackColor or ForeColor
     const struct {
