@@ -3,6 +3,7 @@ kestrova_deps() {
     local pkgs=(cmake ninja-build g++ googletest libgtest-dev libbenchmark-dev libudev-dev
                 qt6-base-dev libgl-dev
                 clang-14 libclang-rt-14-dev  # fuzz targets (libFuzzer) and the soak
+                dpkg-dev qt6-translations-l10n  # the .deb's dependency list; Qt's German texts
                 "$@")
     local missing=()
     for p in "${pkgs[@]}"; do
