@@ -24,6 +24,8 @@ kestrova_deps() {
 kestrova_windows_deps() {
     kestrova_deps g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools wine wine64 \
                   libwine-dev
+    # On screen: a private X display, the dialog fonts, pictures converted and checked, the installer.
+    kestrova_deps xvfb xauth fonts-wine imagemagick nsis
     dpkg-query -W -f='${Status}' wine32:i386 2>/dev/null | grep -q 'install ok installed' && return 0
     local sudo=""
     [ "$(id -u)" -ne 0 ] && sudo="sudo"
