@@ -4,6 +4,7 @@ kestrova_deps() {
                 qt6-base-dev libgl-dev
                 clang-14 libclang-rt-14-dev  # fuzz targets (libFuzzer) and the soak
                 dpkg-dev qt6-translations-l10n  # the .deb's dependency list; Qt's German texts
+                valgrind                     # callgrind: instruction counts (bench/instructions.sh)
                 "$@")
     local missing=()
     for p in "${pkgs[@]}"; do
