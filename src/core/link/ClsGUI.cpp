@@ -44,15 +44,6 @@ Date ParseDtmDate(const std::string& d) {
 
 }  // namespace
 
-bool ClsGUI::KeyLess::operator()(std::string_view a, std::string_view b) const {
-    // Same order as comparing the upper-cased keys, without building them.
-    const auto fold = [](char c) {
-        return static_cast<unsigned char>(c >= 'a' && c <= 'z' ? c - 32 : c);
-    };
-    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
-                                        [&](char x, char y) { return fold(x) < fold(y); });
-}
-
 std::string ClsGUI::ProtocolID() const {
     return "2C4CD8B8-D509-4ECB-94A7-019F12569C8B";
 }
@@ -130,23 +121,34 @@ int16_t ClsGUI::GetLanguage() {
     return Language;
 }
 
+bool ClsGUI::AddLabel(std::string_view key, std::string_view german, std::string_view english) {
+    // First registration wins: pages register shared keys more than once.
+    if (labels_.empty()) labels_.reserve(512);  // the catalogue and every page's table
+    return labels_.try_emplace(UCase(key), Texts{german, english}).second;
+}
+
+const ClsGUI::Texts* ClsGUI::FindLabel(std::string_view key) const {
+    const auto it = labels_.find(UCase(key));
+    return it == labels_.end() ? nullptr : &it->second;
+}
+
 std::string ClsGUI::GetUILabel(std::string_view key) const {
     const bool german = Language == kGerman;
-    const auto& first = german ? german_ : english_;
-    const auto& second = german ? english_ : german_;
-    if (auto it = first.find(key); it != first.end()) return it->second;
-    if (auto it = second.find(key); it != second.end()) return it->second;
+    if (const Texts* texts = FindLabel(key))
+        return std::string(german ? texts->german : texts->english);
     return german ? "unbekannt" : "unknown";
 }
 
 void ClsGUI::SetUILabel(std::string_view key, std::string german, std::string english) {
-    // First registration wins: pages register shared keys more than once.
-    german_.try_emplace(std::string(key), std::move(german));
-    english_.try_emplace(std::string(key), std::move(english));
+    if (FindLabel(key)) return;
+    ownedTexts_.push_back(std::move(german));
+    const std::string_view g = ownedTexts_.back();
+    ownedTexts_.push_back(std::move(english));
+    AddLabel(key, g, ownedTexts_.back());
 }
 
 bool ClsGUI::HasUILabel(std::string_view key) const {
-    return german_.find(key) != german_.end() || english_.find(key) != english_.end();
+    return FindLabel(key) != nullptr;
 }
 
 }  // namespace kestrova

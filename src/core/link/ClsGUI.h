@@ -3,10 +3,11 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "device/ClsDevice.h"
 #include "link/IGuiBridge.h"
@@ -17,7 +18,8 @@ namespace kestrova {
 inline constexpr int16_t kGerman = 7;
 inline constexpr int16_t kEnglish = 9;
 
-// One row of a page's label table: key, English text, German text.
+// One row of a page's label table: key, English text, German text. The texts are literals: the
+// binding keeps views of them rather than copies.
 struct LabelText {
     const char* Key;
     const char* English;
@@ -26,6 +28,10 @@ struct LabelText {
 
 class ClsGUI {
   public:
+    ClsGUI() = default;
+    ClsGUI(const ClsGUI&) = delete;  // the labels point into the texts it owns
+    ClsGUI& operator=(const ClsGUI&) = delete;
+
     int16_t FunctionId = 0;
     std::string ActualDeviceIdentifier;
     std::shared_ptr<IGuiBridge> Dtm;
@@ -50,16 +56,19 @@ class ClsGUI {
     // Registers every row of a label table (first registration of a key wins).
     template <class Table>
     void SetUILabels(const Table& table) {
-        for (const LabelText& row : table) SetUILabel(row.Key, row.German, row.English);
+        for (const LabelText& row : table) AddLabel(row.Key, row.German, row.English);
     }
 
   private:
-    struct KeyLess {
-        using is_transparent = void;
-        bool operator()(std::string_view a, std::string_view b) const;
+    struct Texts {
+        std::string_view german, english;
     };
-    std::map<std::string, std::string, KeyLess> german_;
-    std::map<std::string, std::string, KeyLess> english_;
+    // Registers views of texts that outlive the binding; false when the key was there already.
+    bool AddLabel(std::string_view key, std::string_view german, std::string_view english);
+    const Texts* FindLabel(std::string_view key) const;
+
+    std::unordered_map<std::string, Texts> labels_;  // by upper-cased key
+    std::deque<std::string> ownedTexts_;             // texts registered at run time
 };
 
 }  // namespace kestrova
