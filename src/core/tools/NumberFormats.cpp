@@ -147,14 +147,17 @@ std::string FormatHex(int64_t value, int width, std::string_view prefix, bool up
     uint64_t v = value < 0 ? static_cast<uint32_t>(static_cast<int32_t>(value))
                            : static_cast<uint64_t>(value);
     const char* digits = upper ? "0123456789ABCDEF" : "0123456789abcdef";
-    std::string hex;
+    char reversed[16];
+    size_t n = 0;
     do {
-        hex.insert(hex.begin(), digits[v & 15]);
+        reversed[n++] = digits[v & 15];
         v >>= 4;
     } while (v != 0);
-    if (width > 0 && hex.size() < static_cast<size_t>(width))
-        hex.insert(0, static_cast<size_t>(width) - hex.size(), '0');
-    return std::string(prefix) + hex;
+    std::string hex(prefix);
+    if (width > 0 && n < static_cast<size_t>(width))
+        hex.append(static_cast<size_t>(width) - n, '0');
+    while (n > 0) hex += reversed[--n];
+    return hex;
 }
 
 std::string FormatBytes(const Values& values, int form, int16_t& count, std::string_view prefix,
@@ -170,21 +173,21 @@ std::string FormatBytes(const Values& values, int form, int16_t& count, std::str
                 // A pair shows two bytes as one 16-bit number; a lone byte (the second is
                 // missing) shows as itself rather than reading past the data.
                 if (pair && count == 2 && i + 1 < values.size()) {
-                    out += Str(int64_t{v} * 256 + values[i + 1]) + " ";
+                    out += Str(int64_t{v} * 256 + values[i + 1]);
                     count = 1;
                 } else {
-                    out += Str(int64_t{v}) + " ";
+                    out += Str(int64_t{v});
                 }
+                out += ' ';
                 break;
             case kHex:
-                out += FormatHex(v, 2, prefix, true) + " ";
+                out += FormatHex(v, 2, prefix, true);
+                out += ' ';
                 break;
-            case kBinary: {
-                std::string bits;
-                for (int b = 0; b < 8; ++b) bits.insert(bits.begin(), ((v >> b) & 1) ? '1' : '0');
-                out += bits + " ";
+            case kBinary:
+                for (int b = 7; b >= 0; --b) out += ((v >> b) & 1) ? '1' : '0';
+                out += ' ';
                 break;
-            }
             case kCharacters:
                 // Values outside a byte have no character; show them as '?' instead of failing.
                 if (v < 32)
