@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -219,7 +220,8 @@ class Control {
     const std::vector<ColumnHeader>& ColumnHeaders() const { return columns_; }
     void AddColumn(std::string text, int32_t width);
     void SetColumnText(size_t index, std::string text);
-    const std::vector<std::vector<std::string>>& ListItems() const { return rows_; }
+    using Rows = std::deque<std::vector<std::string>>;  // the oldest row goes in constant time
+    const Rows& ListItems() const { return rows_; }
     // A row's background (0-based, as ListItems counts); the window colour when it has none.
     Color RowBackColor(size_t index) const;
     void AddRow(std::vector<std::string> cells, Color back = syscolor::Window);
@@ -293,8 +295,8 @@ class Control {
     std::vector<TreeNode> nodes_;
     std::string selectedKey_;
     std::vector<ColumnHeader> columns_;
-    std::vector<std::vector<std::string>> rows_;
-    std::vector<Color> rowBacks_;  // beside rows_
+    Rows rows_;
+    std::deque<Color> rowBacks_;  // beside rows_
     std::vector<Panel> panels_;
     std::vector<std::pair<int, Observer>> observers_;
     int nextObserver_ = 1;

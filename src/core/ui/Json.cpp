@@ -66,8 +66,8 @@ class Object {
     bool first_ = true;
 };
 
-template <class T, class Fn>
-std::string Array(const std::vector<T>& items, Fn&& each) {
+template <class Items, class Fn>
+std::string Array(const Items& items, Fn&& each) {
     std::string out = "[";
     for (size_t i = 0; i < items.size(); ++i) {
         if (i) out += ',';

@@ -13,7 +13,7 @@ namespace kestrova {
 namespace {
 
 struct EventRig : testing::PanelRig<UCEventData> {
-    const std::vector<std::vector<std::string>>& Rows() { return panel("ListView1").ListItems(); }
+    const ui::Control::Rows& Rows() { return panel("ListView1").ListItems(); }
     // Queues n events and takes them all in.
     void Receive(int n, int32_t code = 0x4110) {
         for (int i = 0; i < n; ++i) QueueEvent(code);
@@ -41,9 +41,8 @@ TEST(UCEventData, RowsCarryNumberTextsAndHexValues) {
     p.QueueEvent(0x4110, 4, 48, 192);
     p.QueueEvent(-29536, 4, 32, 128);  // 0x8CA0 delivered as a signed 16-bit value
     p.panel.ActualizeEvents(p.gui.Device, 5);
-    using Row = std::vector<std::string>;
     EXPECT_EQ(p.Rows(),
-              (std::vector<Row>{
+              (ui::Control::Rows{
                   {"1", "UNKNOWN", "UNKNOWN", "Min cycle time doesn´t fit", "0x05 0x001A"},
                   {"2", "APPL", "ERR-COMING", "excess ambient temperature", "0xF4 0x4110"},
                   {"3", "APPL", "WARN-GOING", "manufacturer specific (0x8CA0)", "0xA4 0x8CA0"},
