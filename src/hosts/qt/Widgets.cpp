@@ -112,8 +112,14 @@ ImageWidget::ImageWidget(QWidget* parent) : QLabel(parent) {
 void ImageWidget::SetPicture(const std::string& name) {
     if (name == name_) return;
     name_ = name;
-    source_ = name.empty() ? QPixmap() : LoadPicture(name);
+    source_ = QPixmap();
+    loaded_ = name.empty();
+    scaledFor_ = QSize();
     Rescale();
+}
+
+bool ImageWidget::HasImage() const {
+    return !name_.empty() && !(loaded_ ? source_ : LoadPicture(name_)).isNull();
 }
 
 void ImageWidget::resizeEvent(QResizeEvent* event) {
@@ -121,15 +127,28 @@ void ImageWidget::resizeEvent(QResizeEvent* event) {
     Rescale();
 }
 
+void ImageWidget::showEvent(QShowEvent* event) {
+    QLabel::showEvent(event);
+    Rescale();
+}
+
 void ImageWidget::Rescale() {
+    if (!isVisible()) return;  // done when shown
+    if (!loaded_) {
+        source_ = LoadPicture(name_);
+        loaded_ = true;
+    }
     if (source_.isNull() || width() <= 0 || height() <= 0) {
         clear();
+        scaledFor_ = QSize();
         return;
     }
     // Scale once per size, for the screen's pixel ratio, keeping the picture's proportions.
     const qreal ratio = devicePixelRatioF();
-    QPixmap scaled = source_.scaled(QSize(width(), height()) * ratio, Qt::KeepAspectRatio,
-                                    Qt::SmoothTransformation);
+    const QSize target = QSize(width(), height()) * ratio;
+    if (target == scaledFor_) return;
+    scaledFor_ = target;
+    QPixmap scaled = source_.scaled(target, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     scaled.setDevicePixelRatio(ratio);
     setPixmap(scaled);
 }

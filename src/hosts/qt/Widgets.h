@@ -52,17 +52,21 @@ class FrameWidget : public QFrame {
 class ImageWidget : public QLabel {
   public:
     explicit ImageWidget(QWidget* parent = nullptr);
-    // Loads the named picture; an unknown name leaves the image empty.
+    // Shows the named picture; an unknown name leaves the image empty. The picture is decoded
+    // when the widget is first shown, so hidden logos and pages cost nothing at startup.
     void SetPicture(const std::string& name);
-    bool HasImage() const { return !source_.isNull(); }
+    bool HasImage() const;
 
   protected:
     void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
   private:
     void Rescale();
     std::string name_;
+    bool loaded_ = true;  // source_ holds name_'s picture
     QPixmap source_;
+    QSize scaledFor_;  // the size source_ was last scaled to
 };
 
 class StatusBarWidget : public QWidget {
