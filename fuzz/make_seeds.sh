@@ -115,6 +115,15 @@ tick 900
 resize 6000 4000
 tick 300'
 
+# The event panel once summed an event's type and mode in 32 bits: two events whose parts are
+# both 2147483647 (the first, numbered 0, is not listed) keep that in every run.
+awk '/^tick 900$/ { armed = 1 }
+     armed && $0 == "< EMPTY:" {
+         for (i = 0; i < 2; i++) print "< OK:1,26,1,2147483647,2147483647,1,0"
+         armed = 0
+     }
+     { print }' corpus/control/expert >corpus/control/extreme_event
+
 # init: a function-call text, "%%", then the answers of the session it opens.
 for id in 1 2 3 7; do
     {
