@@ -185,21 +185,26 @@ std::string WindowControlPath(HWND window) {
     return Narrow(std::wstring_view(name, n));
 }
 
+namespace {
+
+struct PathSearch {
+    std::string_view path;
+    HWND found;
+};
+
+BOOL CALLBACK MatchPath(HWND window, LPARAM data) {
+    auto* search = reinterpret_cast<PathSearch*>(data);
+    if (!IEquals(WindowControlPath(window), search->path)) return TRUE;
+    search->found = window;
+    return FALSE;
+}
+
+}  // namespace
+
 HWND FindControlWindow(HWND top, std::string_view path) {
-    struct Search {
-        std::string_view path;
-        HWND found;
-    } search{path, nullptr};
     if (top && IEquals(WindowControlPath(top), path)) return top;
-    EnumChildWindows(
-        top,
-        [](HWND window, LPARAM data) -> BOOL {
-            auto* s = reinterpret_cast<Search*>(data);
-            if (!IEquals(WindowControlPath(window), s->path)) return TRUE;
-            s->found = window;
-            return FALSE;
-        },
-        reinterpret_cast<LPARAM>(&search));
+    PathSearch search{path, nullptr};
+    EnumChildWindows(top, MatchPath, reinterpret_cast<LPARAM>(&search));
     return search.found;
 }
 
