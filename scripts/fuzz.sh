@@ -25,9 +25,11 @@ for binary in "$out"/fuzz/fuzz_*; do
     work="$out/corpus/$name"  # grows here; the repository keeps only the seeds
     mkdir -p "$work"
     log="$out/logs/$name.log"
+    seeds=()
+    [ -d "fuzz/corpus/$name" ] && seeds=("fuzz/corpus/$name")
     if ! "$binary" -max_total_time="$seconds" -timeout=1 -rss_limit_mb=2048 -max_len=8192 \
         -dict=fuzz/kestrova.dict -print_final_stats=1 -artifact_prefix="$out/artifacts/$name-" \
-        "$work" "fuzz/corpus/$name" >"$log" 2>&1; then
+        "$work" "${seeds[@]}" >"$log" 2>&1; then
         echo "fuzz_$name FAILED:"
         grep -E 'ERROR|FAILURE|runtime error|SUMMARY|Test unit written' "$log" | head -20
         status=1
