@@ -152,7 +152,7 @@ DTMGUI::DTMGUI(ui::Services& services)
     d.labelInterface = &AddControl(ui::Kind::Label, "LabelInterface");
     d.labelInterface->Move(textLeft, 135, kHeaderTextWidth, 330);
     d.labelInterface->SetFontBold(true);
-    d.labelInterface->SetFontSize(10);
+    d.labelInterface->SetFontSize(8.25);
     d.labelDescription = &AddControl(ui::Kind::Label, "LabelDescription");
     d.labelDescription->Move(textLeft, 495, kHeaderTextWidth, 285);
     d.labelDescription->SetCaption("IO-Link-to-USB Interface");

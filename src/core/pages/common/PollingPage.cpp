@@ -9,7 +9,7 @@ namespace kestrova::pages {
 
 namespace {
 // The event list's design-time place on the page.
-constexpr int32_t kEventsLeft = 120, kEventsTop = 3090, kEventsWidth = 7590, kEventsHeight = 2325;
+constexpr int32_t kEventsLeft = 120, kEventsWidth = 7590, kEventsBottom = 120;
 }  // namespace
 
 PollingPage::PollingPage(ui::Services& services, std::string name, const LabelText& title)
@@ -21,7 +21,7 @@ PollingPage::PollingPage(ui::Services& services, std::string name, const LabelTe
     // The page's own panel sits at the top left, the communication panel beside it and the
     // event list along the bottom.
     communication_.Move(3880, 420, communication_.Width(), communication_.Height());
-    events_.Move(kEventsLeft, kEventsTop, kEventsWidth, kEventsHeight);
+    PlaceEvents(3090);
     timer_.SetEnabled(false);
     timer_.SetInterval(kInterval);
 
@@ -32,12 +32,17 @@ PollingPage::PollingPage(ui::Services& services, std::string name, const LabelTe
     events_.ChangeTimer = [this](bool enable) { PanelEvent(enable); };
 }
 
+void PollingPage::PlaceEvents(int32_t top) {
+    eventsTop_ = top;
+    OnResize();
+}
+
 void PollingPage::OnResize() {
     // Only the event list grows with the page; everything else keeps its design-time place.
     const int32_t right = kWidth - kEventsLeft - kEventsWidth;
-    const int32_t bottom = kHeight - kEventsTop - kEventsHeight;
-    events_.Move(kEventsLeft, kEventsTop, std::max(kEventsWidth, Width() - kEventsLeft - right),
-                 std::max(kEventsHeight, Height() - kEventsTop - bottom));
+    const int32_t designHeight = kHeight - eventsTop_ - kEventsBottom;
+    events_.Move(kEventsLeft, eventsTop_, std::max(kEventsWidth, Width() - kEventsLeft - right),
+                 std::max(designHeight, Height() - eventsTop_ - kEventsBottom));
 }
 
 void PollingPage::OnShow() {

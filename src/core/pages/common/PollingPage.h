@@ -42,6 +42,9 @@ class PollingPage : public Page {
     // The work the panels asked for, run once per tick after the polling.
     virtual void RunPendingWork(int16_t state) = 0;
 
+    // The event list runs from top to the page's bottom, across the page.
+    void PlaceEvents(int32_t top);
+
     // A panel's event: false stops the polling, true asks for a tick at once.
     void PanelEvent(bool enable);
     void RaiseActivity(bool value);
@@ -60,6 +63,7 @@ class PollingPage : public Page {
     IOLinkCommunication& communication_;
     UCEventData& events_;
     ui::Control& timer_;
+    int32_t eventsTop_ = 0;
     int16_t lastState_ = 1;
     bool panelUpdateFailed_ = false;
 };

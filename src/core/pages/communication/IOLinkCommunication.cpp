@@ -75,9 +75,9 @@ IOLinkCommunication::IOLinkCommunication(ui::Services& services, std::string nam
         shape.SetFillColor(kDarkGrey);
     };
     lamp("ShapeConnected", 240);
-    AddAt(Kind::Label, "Label4", 510, 1800, 1575, 255, "Communication");
-    lamp("ShapeSIO", 2160);
-    AddAt(Kind::Label, "Label5", 2430, 1800, 1200, 255, "SIO Mode");
+    AddAt(Kind::Label, "Label4", 480, 1800, 1710, 255, "Communication");
+    lamp("ShapeSIO", 2250);
+    AddAt(Kind::Label, "Label5", 2520, 1800, 1080, 255, "SIO Mode");
 
     textTarget.Change = [this] { TextTargetChange(); };
     start.Click = [this] { StartClick(); };

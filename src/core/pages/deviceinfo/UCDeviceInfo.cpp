@@ -67,9 +67,10 @@ UCDeviceInfo::UCDeviceInfo(ui::Services& services, std::string name)
         AddAt(Kind::TextBox, name, left, top, width, 285).SetLocked(true);
     };
 
-    // Identification: names on the left, ids in hex and decimal on the right.
+    // Identification: names on the left, as wide as the ids leave room for; ids in hex and
+    // decimal on the right.
     AddAt(Kind::Frame, "Frame1", 120, 420, 7590, 1560, "Device Identification");
-    caption("LabelDez", "dec", 6615, 450, 975);
+    caption("LabelDez", "dec", 6720, 600, 870);
     const struct {
         const char *label, *caption, *name, *idLabel, *idCaption, *hex, *dec;
     } rows[] = {
@@ -79,30 +80,30 @@ UCDeviceInfo::UCDeviceInfo(ui::Services& services, std::string name)
         {"Label5", "Device Function", "TextFunction", "Label11", "Function ID", "TextFunctionID",
          "TextFunctionDez"},
     };
-    int32_t top = 750;
+    int32_t top = 900;
     for (const auto& row : rows) {
         caption(row.label, row.caption, 240, top, 1335);
-        field(row.name, 1620, top, 2415);
-        caption(row.idLabel, row.idCaption, 4155, top, 1095);
-        field(row.hex, 5310, top, 1215);
-        field(row.dec, 6615, top, 975);
+        field(row.name, 1620, top, 2865);
+        caption(row.idLabel, row.idCaption, 4545, top, 1095);
+        field(row.hex, 5700, top, 960);
+        field(row.dec, 6720, top, 870);
         top += 330;
     }
 
     // Communication parameters below, the IO-Link communication panel beside them.
     AddAt(Kind::Frame, "Frame2", 120, 2040, 3640, 2340, "Communication Parameters");
     caption("Label15", "IO-Link Revision", 240, 2310, 2100);
-    field("TextRevision", 2400, 2310, 675);
+    field("TextRevision", 2400, 2310, 780);
     caption("Label17", "min. Cycle Time", 240, 2640, 2100);
-    field("TextMinCycle", 2400, 2640, 675);
+    field("TextMinCycle", 2400, 2640, 780);
     caption("Label21", "Actual baudrate", 240, 2970, 2100);
-    field("TextBaudrate", 2400, 2970, 675);
+    field("TextBaudrate", 2400, 2970, 780);
     caption("Label19", "Process Input Data Length", 240, 3300, 2100);
-    field("TextInLength", 2400, 3300, 675);
-    caption("LabelInLen", "", 3120, 3300, 480);
+    field("TextInLength", 2400, 3300, 780);
+    caption("LabelInLen", "", 3240, 3300, 420);
     caption("Label24", "Process Output Data Length", 240, 3630, 2100);
-    field("TextOutLength", 2400, 3630, 675);
-    caption("LabelOutLen", "", 3120, 3630, 480);
+    field("TextOutLength", 2400, 3630, 780);
+    caption("LabelOutLen", "", 3240, 3630, 420);
     caption("Label26", "SIO support", 240, 3960, 2100);
     // Shows what the device supports; not a setting.
     AddAt(Kind::CheckBox, "CheckSIO", 2400, 3960, 255, 255).SetEnabled(false);

@@ -73,7 +73,7 @@ ui::Color TypeBackColor(int32_t type) {
 // Design-time room around the list: the buttons' column on the right, margins in the frame.
 constexpr int32_t kMargin = 120;
 constexpr int32_t kListTop = 270;
-constexpr int32_t kButtonWidth = 1335;
+constexpr int32_t kButtonWidth = 1455;
 
 }  // namespace
 
@@ -84,15 +84,15 @@ UCEventData::UCEventData(ui::Services& services, std::string name)
 
     AddAt(Kind::Frame, "Frame2", 0, 0, 7590, 2325, "Event data");
 
-    auto& list = AddAt(Kind::ListView, "ListView1", 120, 270, 5895, 1935);
+    auto& list = AddAt(Kind::ListView, "ListView1", 120, 270, 5775, 1935);
     const char* const heads[] = {"Number", "Instance", "Mode", "Event Code", "Hex values"};
     const int32_t widths[] = {750, 800, 1200, 2000, 1050};
     for (int i = 0; i < 5; ++i) list.AddColumn(heads[i], widths[i]);
 
-    AddAt(Kind::CommandButton, "Command1", 6135, 270, 1335, 375, "Clear Events").Click = [this] {
+    AddAt(Kind::CommandButton, "Command1", 6015, 270, 1455, 375, "Clear Events").Click = [this] {
         ClearClick();
     };
-    AddAt(Kind::CommandButton, "Command2", 6135, 750, 1335, 375, "Save Events").Click = [this] {
+    AddAt(Kind::CommandButton, "Command2", 6015, 750, 1455, 375, "Save Events").Click = [this] {
         SaveClick();
     };
 }

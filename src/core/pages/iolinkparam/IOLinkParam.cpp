@@ -12,6 +12,8 @@ IOLinkParam::IOLinkParam(ui::Services& services, std::string name)
     : pages::PollingPage(services, std::move(name), kTitle),
       parameter_(Add<UCParameter>(services, "UCParameter1")) {
     parameter_.Move(120, 420, parameter_.Width(), parameter_.Height());
+    // The parameter panel needs more height than the process data panel; the list starts below.
+    PlaceEvents(420 + parameter_.Height() + 75);
     parameter_.ChangeTimer = [this](bool enable, int16_t reason) {
         if (enable) pending_ = reason;
         PanelEvent(enable);

@@ -54,37 +54,42 @@ bool TryParse(std::string_view text, int form, Values& bytes) {
 UCParameter::UCParameter(ui::Services& /*services*/, std::string name)
     : ui::UserControl(std::move(name)) {
     using ui::Kind;
-    Move(0, 0, 3640, 2580);
+    Move(0, 0, 3640, kHeight);
 
-    AddAt(Kind::Frame, "Frame1", 0, 0, 3640, 2580, "Parameter data");
+    AddAt(Kind::Frame, "Frame1", 0, 0, 3640, kHeight, "Parameter data");
 
-    // Index, subindex and button on one line, the data below it; reading above writing.
-    AddAt(Kind::Label, "Label4", 120, 240, 735, 255, "Index");
-    AddAt(Kind::Label, "Label3", 900, 240, 855, 255, "Subindex");
+    // Index, subindex and button on one line, the data below it; reading above writing. The
+    // data fields hold two lines, so a 22-byte answer shows whole.
+    AddAt(Kind::Label, "Label4", 120, 225, 735, 240, "Index");
+    AddAt(Kind::Label, "Label3", 900, 225, 735, 240, "Subindex");
     AddAt(Kind::TextBox, "TextRdIndex", 120, 480, 735, 285);
     AddAt(Kind::TextBox, "TextRdSubIndex", 900, 480, 735, 285);
     auto& read = AddAt(Kind::CommandButton, "Command1", 1680, 450, 1035, 345, "Read");
-    AddAt(Kind::TextBox, "TextRd", 120, 840, 3400, 285).SetLocked(true);
+    auto& result = AddAt(Kind::TextBox, "TextRd", 120, 840, 3400, 480);
+    result.SetMultiLine(true);
+    result.SetLocked(true);
 
-    AddAt(Kind::TextBox, "TextWrIndex", 120, 1200, 735, 285);
-    AddAt(Kind::TextBox, "TextWrSubIndex", 900, 1200, 735, 285);
-    auto& write = AddAt(Kind::CommandButton, "Command2", 1680, 1170, 1035, 345, "Write");
-    AddAt(Kind::TextBox, "TextWr", 120, 1560, 3400, 285);
+    AddAt(Kind::TextBox, "TextWrIndex", 120, 1395, 735, 285);
+    AddAt(Kind::TextBox, "TextWrSubIndex", 900, 1395, 735, 285);
+    auto& write = AddAt(Kind::CommandButton, "Command2", 1680, 1365, 1035, 345, "Write");
+    AddAt(Kind::TextBox, "TextWr", 120, 1755, 3400, 285);
 
-    AddAt(Kind::Label, "Label8", 120, 1950, 615, 255, "Display");
+    // The display forms get a line of their own: the German captions need the whole width.
+    AddAt(Kind::Label, "Label8", 120, 2115, 1500, 240, "Display");
     const char* const optionCaptions[] = {"decimal", "hex", "binary", "asc"};
-    const int32_t optionLeft[] = {750, 1605, 2160, 2895};
-    const int32_t optionWidth[] = {855, 555, 735, 615};
+    const int32_t optionLeft[] = {120, 1035, 1665, 2475};
+    const int32_t optionWidth[] = {885, 600, 780, 645};
     for (int i = 0; i < 4; ++i) {
         auto& option = Add<ui::Control>(Kind::OptionButton, "Option1", i);
-        option.Move(optionLeft[i], 1920, optionWidth[i], 255);
+        option.Move(optionLeft[i], 2370, optionWidth[i], 255);
         option.SetCaption(optionCaptions[i]);
     }
     C("Option1", 0).SetValue(1);
     lastFormat_ = Format();
 
-    AddAt(Kind::Label, "Label2", 120, 2250, 615, 255, "Error");
-    AddAt(Kind::Label, "LabelError", 750, 2250, 2775, 255);
+    // Error texts of the master can be long: two lines.
+    AddAt(Kind::Label, "Label2", 120, 2700, 615, 240, "Error");
+    AddAt(Kind::Label, "LabelError", 750, 2700, 2770, 480);
 
     read.Click = [this] { RaiseRequest(kReasonRead); };
     write.Click = [this] { RaiseRequest(kReasonWrite); };

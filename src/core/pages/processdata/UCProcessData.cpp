@@ -48,8 +48,8 @@ UCProcessData::UCProcessData(ui::Services& services, std::string name)
 
     label("Label8", "Display", 270);
     const char* const optionCaptions[] = {"decimal", "hex", "binary"};
-    const int32_t optionLeft[] = {1260, 2100, 2700};
-    const int32_t optionWidth[] = {840, 600, 840};
+    const int32_t optionLeft[] = {1230, 2145, 2760};
+    const int32_t optionWidth[] = {885, 600, 780};
     for (int i = 0; i < 3; ++i) {
         auto& option = Add<ui::Control>(Kind::OptionButton, "OptionAnzeige", i);
         option.Move(optionLeft[i], 300, optionWidth[i], 255);
