@@ -121,14 +121,27 @@ int16_t ClsGUI::GetLanguage() {
     return Language;
 }
 
+size_t ClsGUI::KeyHash::operator()(std::string_view key) const {
+    uint64_t h = 14695981039346656037ull;  // FNV-1a over the upper-cased bytes
+    for (char c : key) {
+        h ^= static_cast<unsigned char>(c >= 'a' && c <= 'z' ? c - 32 : c);
+        h *= 1099511628211ull;
+    }
+    return static_cast<size_t>(h);
+}
+
+bool ClsGUI::KeyEqual::operator()(std::string_view a, std::string_view b) const {
+    return IEquals(a, b);
+}
+
 bool ClsGUI::AddLabel(std::string_view key, std::string_view german, std::string_view english) {
     // First registration wins: pages register shared keys more than once.
     if (labels_.empty()) labels_.reserve(512);  // the catalogue and every page's table
-    return labels_.try_emplace(UCase(key), Texts{german, english}).second;
+    return labels_.try_emplace(key, Texts{german, english}).second;
 }
 
 const ClsGUI::Texts* ClsGUI::FindLabel(std::string_view key) const {
-    const auto it = labels_.find(UCase(key));
+    const auto it = labels_.find(key);
     return it == labels_.end() ? nullptr : &it->second;
 }
 
@@ -141,10 +154,9 @@ std::string ClsGUI::GetUILabel(std::string_view key) const {
 
 void ClsGUI::SetUILabel(std::string_view key, std::string german, std::string english) {
     if (FindLabel(key)) return;
-    ownedTexts_.push_back(std::move(german));
-    const std::string_view g = ownedTexts_.back();
-    ownedTexts_.push_back(std::move(english));
-    AddLabel(key, g, ownedTexts_.back());
+    const std::string_view k = ownedTexts_.emplace_back(key);
+    const std::string_view g = ownedTexts_.emplace_back(std::move(german));
+    AddLabel(k, g, ownedTexts_.emplace_back(std::move(english)));
 }
 
 bool ClsGUI::HasUILabel(std::string_view key) const {

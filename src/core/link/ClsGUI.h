@@ -63,12 +63,20 @@ class ClsGUI {
     struct Texts {
         std::string_view german, english;
     };
-    // Registers views of texts that outlive the binding; false when the key was there already.
+    // Keys compare ignoring the case of ASCII letters.
+    struct KeyHash {
+        size_t operator()(std::string_view key) const;
+    };
+    struct KeyEqual {
+        bool operator()(std::string_view a, std::string_view b) const;
+    };
+    // Registers views of a key and texts that outlive the binding; false when the key was there
+    // already.
     bool AddLabel(std::string_view key, std::string_view german, std::string_view english);
     const Texts* FindLabel(std::string_view key) const;
 
-    std::unordered_map<std::string, Texts> labels_;  // by upper-cased key
-    std::deque<std::string> ownedTexts_;             // texts registered at run time
+    std::unordered_map<std::string_view, Texts, KeyHash, KeyEqual> labels_;
+    std::deque<std::string> ownedTexts_;  // keys and texts registered at run time
 };
 
 }  // namespace kestrova
