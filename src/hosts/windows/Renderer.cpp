@@ -260,6 +260,7 @@ Renderer::~Renderer() {
         RemoveWindowSubclass(window, InputSubclass, kSubclassId);
     }
     for (auto& [box, frame] : byGroupBox_) RemoveWindowSubclass(box, InputSubclass, kSubclassId);
+    if (tips_) DestroyWindow(tips_);
     if (rootWindow_) DestroyWindow(rootWindow_);
     for (auto& [color, brush] : brushes_) DeleteObject(brush);
     for (auto& [name, bitmap] : pictures_)
@@ -424,6 +425,8 @@ void Renderer::Apply(Control& c, Prop prop) {
             ApplyPanels(c, w);
             break;
         case Prop::ToolTipText:
+            ApplyToolTip(c, w);
+            break;
         case Prop::Interval:
         case Prop::MultiLine:
             break;
@@ -652,6 +655,33 @@ void Renderer::ApplyPanels(Control& c, HWND w) {
     for (size_t i = 0; i < edges.size(); ++i)
         SendMessageW(w, SB_SETTEXTW, i | SBT_OWNERDRAW, static_cast<LPARAM>(i));
     InvalidateRect(w, nullptr, TRUE);
+}
+
+void Renderer::ApplyToolTip(Control& c, HWND w) {
+    if (c.ToolTipText().empty() && !tips_) return;
+    if (!tips_) {
+        tips_ = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP,
+                                CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT,
+                                rootWindow_ ? rootWindow_ : GetParent(w), nullptr, ThisModule(),
+                                nullptr);
+        if (!tips_) return;
+    }
+    std::wstring text = Widen(c.ToolTipText());
+    TTTOOLINFOW tool{};
+    tool.cbSize = sizeof(tool);
+    tool.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
+    tool.hwnd = GetParent(w);
+    tool.uId = reinterpret_cast<UINT_PTR>(w);
+    tool.lpszText = text.data();
+    const bool known = tipped_.count(w) != 0;
+    if (text.empty()) {
+        if (known) SendMessageW(tips_, TTM_DELTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
+        tipped_.erase(w);
+    } else {
+        SendMessageW(tips_, known ? TTM_UPDATETIPTEXTW : TTM_ADDTOOLW, 0,
+                     reinterpret_cast<LPARAM>(&tool));
+        tipped_.insert(w);
+    }
 }
 
 void Renderer::OnModelChange(Control& c, Prop prop) {

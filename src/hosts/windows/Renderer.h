@@ -17,6 +17,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "ui/Control.h"
@@ -57,6 +58,8 @@ class Renderer {
     Renderer& operator=(const Renderer&) = delete;
 
     HWND RootWindow() const { return rootWindow_; }
+    // The tooltip window (null until a control has a tooltip).
+    HWND ToolTips() const { return tips_; }
     // The window of a control (null for timers and controls not rendered).
     HWND WindowFor(const ui::Control& control) const;
     ui::Control* ControlFor(HWND window) const;
@@ -92,6 +95,7 @@ class Renderer {
     void ApplyRows(ui::Control& control, HWND window);
     void ApplyPanels(ui::Control& control, HWND window);
     void ApplyFont(ui::Control& control, HWND window);
+    void ApplyToolTip(ui::Control& control, HWND window);
     void OnModelChange(ui::Control& control, ui::Prop prop);
 
     // Messages of a container window (the panels of user controls and frames).
@@ -110,6 +114,8 @@ class Renderer {
     ui::Control& root_;
     double dpi_;
     HWND rootWindow_ = nullptr;
+    HWND tips_ = nullptr;              // the tooltips of every window that has one
+    std::unordered_set<HWND> tipped_;  // the windows that have one
     std::unordered_map<const ui::Control*, HWND> windows_;  // null for timers
     std::unordered_map<HWND, ui::Control*> byWindow_;
     std::unordered_map<const ui::Control*, HWND> groupBoxes_;  // the border of each frame

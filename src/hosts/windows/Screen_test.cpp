@@ -213,6 +213,19 @@ TEST_F(RendererTest, ModelChangesReachOnlyTheirWindows) {
          [&] { return SendMessageW(Window("List1"), LVM_GETITEMCOUNT, 0, 0) == 1; }},
         {"nodes", [&] { Model("TreeMenu").AddNode("K4", "Four"); },
          [&] { return SendMessageW(Window("TreeMenu"), TVM_GETCOUNT, 0, 0) == 4; }},
+        {"tooltip", [&] { Model("Text1").SetToolTipText("Wrong number format"); },
+         [&] {
+             wchar_t text[80] = {};
+             TTTOOLINFOW tool{};
+             tool.cbSize = sizeof(tool);
+             tool.hwnd = Window("Main");
+             tool.uId = reinterpret_cast<UINT_PTR>(Window("Text1"));
+             tool.lpszText = text;
+             SendMessageW(view->ToolTips(), TTM_GETTEXTW, 80, reinterpret_cast<LPARAM>(&tool));
+             return Narrow(text) == "Wrong number format";
+         }},
+        {"tooltip gone", [&] { Model("Text1").SetToolTipText(""); },
+         [&] { return SendMessageW(view->ToolTips(), TTM_GETTOOLCOUNT, 0, 0) == 0; }},
         {"panels", [&] { Model("StatusBar1").AddPanel("x", 900); },
          [&] { return SendMessageW(Window("StatusBar1"), SB_GETPARTS, 0, 0) == 3; }},
     };
