@@ -33,6 +33,12 @@ class Variant {
     bool IsNull() const { return std::holds_alternative<Null>(v_); }
     bool IsText() const { return std::holds_alternative<std::string>(v_); }
     bool IsBool() const { return std::holds_alternative<bool>(v_); }
+    bool IsInteger() const { return std::holds_alternative<int64_t>(v_); }
+    bool IsReal() const { return std::holds_alternative<double>(v_); }
+    // The value itself; only for the kind the matching Is... answers true.
+    bool Bool() const { return std::get<bool>(v_); }
+    int64_t Integer() const { return std::get<int64_t>(v_); }
+    double Real() const { return std::get<double>(v_); }
 
     // Empty -> "", true -> "True", false -> "False", numbers in decimal; Null raises
     // "Invalid use of Null" (94).
