@@ -5,6 +5,7 @@ kestrova_deps() {
                 clang-14 libclang-rt-14-dev  # fuzz targets (libFuzzer) and the soak
                 dpkg-dev qt6-translations-l10n  # the .deb's dependency list; Qt's German texts
                 valgrind                     # callgrind: instruction counts (bench/instructions.sh)
+                python3                      # the example bridge
                 "$@")
     local missing=()
     for p in "${pkgs[@]}"; do

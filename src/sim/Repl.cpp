@@ -36,6 +36,8 @@ ReplOptions ParseReplArgs(const std::vector<std::string>& args) {
             o.help = true;
         } else if (args[i] == "--realtime") {
             o.simulator.realtime = true;
+        } else if (args[i] == "--serve") {
+            o.serve = true;
         } else if (args[i] == "--echo") {
             o.echo = true;
         } else if (TakeValue(args, i, "--profile", v)) {
@@ -79,6 +81,8 @@ std::string ReplUsage() {
            "  --language LCID  the Language item, e.g. 1031 or 1033; default from LANG\n"
            "  --realtime       follow the wall clock (else time moves only by !advance)\n"
            "  --echo           print each input line before its answer\n"
+           "  --serve          answer the bridge line protocol (docs/bridge.md) instead, for\n"
+           "                   kestrova --bridge \"kestrova-sim --serve\"\n"
            "  --help           this text";
 }
 

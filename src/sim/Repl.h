@@ -15,6 +15,7 @@ struct ReplOptions {
     Options simulator;
     bool echo = false;  // print each input line, after "> ", before its answer
     bool help = false;
+    bool serve = false;  // speak the bridge line protocol instead of the prompt
 };
 
 // Parses the command-line arguments (without the program name); a bad one throws

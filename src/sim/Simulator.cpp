@@ -1049,6 +1049,11 @@ std::vector<std::string> Simulator::Log() const {
     return impl_->log.InOrder();
 }
 
+BusinessObject AsBusinessObject(std::shared_ptr<Simulator> sim) {
+    return BusinessObject{sim, [sim] { return sim->Inventory(); },
+                          [sim](std::string_view line) { return sim->Control(line); }};
+}
+
 std::vector<std::string> Simulator::Profiles() {
     std::vector<std::string> names;
     for (const Profile& p : AllProfiles()) names.emplace_back(p.name);

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "link/BusinessObject.h"
 #include "link/IGuiBridge.h"
 #include "ui/Services.h"
 
@@ -56,5 +57,8 @@ class Simulator : public IGuiBridge {
     struct Impl;
     std::unique_ptr<Impl> impl_;
 };
+
+// The simulator as a host holds its business object.
+BusinessObject AsBusinessObject(std::shared_ptr<Simulator> sim);
 
 }  // namespace kestrova::sim

@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "Repl.h"
+#include "Serve.h"
 
 int main(int argc, char** argv) {
     using namespace kestrova::sim;
@@ -11,6 +12,10 @@ int main(int argc, char** argv) {
         if (options.help) {
             std::cout << ReplUsage() << '\n';
             return 0;
+        }
+        if (options.serve) {
+            Server server(options.simulator);
+            return RunServe(server, std::cin, std::cout);
         }
         Simulator sim(options.simulator);
         return RunRepl(sim, std::cin, std::cout, options.echo);

@@ -155,12 +155,17 @@ struct HeadlessFrame::Command {
 HeadlessFrame::HeadlessFrame(std::ostream& out, FrameOptions options)
     : out_(out), options_(std::move(options)) {
     services_ = std::make_unique<HeadlessServices>(
-        [this] { return sim_->Inventory(); }, [this](const std::string& line) { Print(line); });
-    sim::Options simOptions;
-    simOptions.language = options_.language;
+        [this] { return business_.Inventory(); }, [this](const std::string& line) { Print(line); });
     ui::VirtualClock* clock = &services_->Clock();
-    sim_ = std::make_shared<sim::Simulator>(simOptions, [clock] { return clock->NowMs(); });
-    bridge_ = std::make_shared<RecordingBridge>(sim_);
+    if (options_.business) {
+        business_ = options_.business(*clock);
+    } else {
+        sim::Options simOptions;
+        simOptions.language = options_.language;
+        business_ = sim::AsBusinessObject(
+            std::make_shared<sim::Simulator>(simOptions, [clock] { return clock->NowMs(); }));
+    }
+    bridge_ = std::make_shared<RecordingBridge>(business_.Dtm);
     input_ = options_.input ? options_.input : std::make_shared<InputDriver>();
 }
 
@@ -308,7 +313,7 @@ void HeadlessFrame::CmdInit(std::string_view args) {
     NoMore(args, usage);
     if (!lcid.empty()) {
         Integer(lcid, 0, 0xFFFF, "LCID");
-        sim_->Control("set Language " + lcid);
+        BusinessControl("set Language " + lcid);
     }
     StartControl(FunctionCallXml(functionId));
 }
@@ -441,13 +446,19 @@ void HeadlessFrame::CmdDump(std::string_view args) {
     top.ForEach([&](ui::Control& c) { Print(ui::ToJson(c, PathOf(c, root))); });
 }
 
-void HeadlessFrame::CmdSim(std::string_view args) {
-    std::string output;
+std::string HeadlessFrame::BusinessControl(std::string_view line) {
+    if (!business_.Control) Bad("sim: the business object takes no control lines");
     try {
-        output = sim_->Control(TrimBlanks(args));
+        return business_.Control(line);
     } catch (const std::invalid_argument& e) {
         Bad(std::string("sim: ") + e.what());
+    } catch (const VbError& e) {
+        Bad("sim: " + std::string(e.Description()));
     }
+}
+
+void HeadlessFrame::CmdSim(std::string_view args) {
+    const std::string output = BusinessControl(TrimBlanks(args));
     if (output.empty()) return;
     size_t start = 0;
     while (start <= output.size()) {

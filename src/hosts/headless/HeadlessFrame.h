@@ -1,6 +1,7 @@
 // The scripted frame: plays the FDT frame application around the main control, driven by a
-// script of one command per line (docs/headless.md has the language). The simulated master is
-// there from the first line; "init" creates the control and calls Init with it. Time is virtual
+// script of one command per line (docs/headless.md has the language). The business object (the
+// simulated master unless another is given) is there from the first line; "init" creates the
+// control and calls Init with it. Time is virtual
 // and moves only with "tick", for the control's timers and the simulator alike.
 #pragma once
 
@@ -11,13 +12,10 @@
 #include <string>
 #include <string_view>
 
+#include "link/BusinessObject.h"
 #include "link/IGuiBridge.h"
 #include "ui/Control.h"
 #include "ui/Services.h"
-
-namespace kestrova::sim {
-class Simulator;
-}
 
 namespace kestrova::headless {
 
@@ -63,11 +61,15 @@ class InputDriver {
     virtual void Settle() {}
 };
 
+// Makes the business object the frame hands to Init, on the frame's clock.
+using BusinessFactory = std::function<BusinessObject(ui::VirtualClock& clock)>;
+
 struct FrameOptions {
     bool echo = false;        // print each script line before its output
-    int32_t language = 1033;  // the simulator's Language item at start
+    int32_t language = 1033;  // the built-in simulator's Language item at start
     HostFactory host = MakeMainControl;
     std::shared_ptr<InputDriver> input;  // null: the control model directly
+    BusinessFactory business;            // none: the built-in simulator
 };
 
 class HeadlessFrame {
@@ -83,7 +85,6 @@ class HeadlessFrame {
     int Run(std::istream& script);
     int Failures() const { return failures_; }
 
-    sim::Simulator& Simulator() { return *sim_; }
     HeadlessServices& Services() { return *services_; }
     // The hosted control's root, or null before "init".
     ui::Control* Root();
@@ -128,12 +129,13 @@ class HeadlessFrame {
     void CmdExpectMessage(std::string_view args);
     void CmdExpectNoMessage(std::string_view args);
     void StartControl(const std::string& functionCall);
+    std::string BusinessControl(std::string_view line);
     void StopControl();
 
     std::ostream& out_;
     FrameOptions options_;
     std::unique_ptr<HeadlessServices> services_;
-    std::shared_ptr<sim::Simulator> sim_;
+    BusinessObject business_;
     std::shared_ptr<RecordingBridge> bridge_;
     std::unique_ptr<HostedControl> hosted_;
     std::shared_ptr<InputDriver> input_;
