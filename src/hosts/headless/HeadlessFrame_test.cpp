@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "HeadlessServices.h"
+#include "link/testing/FakeBridge.h"
 #include "tools/Vb.h"
 #include "ui/Json.h"
 
@@ -88,7 +89,7 @@ class FrameTest : public ::testing::Test {
     std::ostringstream out;
     Lines log;
     HostFactory host = [this](ui::Services& s) { return std::make_unique<FakeControl>(s, log); };
-    HeadlessFrame frame{out, FrameOptions{false, 1033, host, {}}};
+    HeadlessFrame frame{out, FrameOptions{false, 1033, host, {}, {}}};
 };
 
 TEST_F(FrameTest, ABadLinePrintsOneErrorNamingItsLineAndTheFrameGoesOn) {
@@ -132,7 +133,7 @@ TEST_F(FrameTest, ABadLinePrintsOneErrorNamingItsLineAndTheFrameGoesOn) {
 
 TEST_F(FrameTest, CommentsAndBlankLinesAreSkippedAndEchoShowsTheScript) {
     std::ostringstream echoed;
-    HeadlessFrame echo(echoed, FrameOptions{true, 1033, host, {}});
+    HeadlessFrame echo(echoed, FrameOptions{true, 1033, host, {}, {}});
     std::istringstream in("# setup\ninit 1\r\n   \t\r\nbogus\n");
     EXPECT_EQ(echo.Run(in), 1);
     EXPECT_EQ(echoed.str(),
@@ -282,7 +283,7 @@ TEST_F(FrameTest, AnotherInputDriverGetsTheInputAndSeesEachControlComeAndGo) {
     auto driver = std::make_shared<LoggingDriver>(log);
     std::ostringstream printed;
     {
-        HeadlessFrame driven(printed, FrameOptions{false, 1033, host, driver});
+        HeadlessFrame driven(printed, FrameOptions{false, 1033, host, driver, {}});
         std::istringstream in(
             "init 1\nclick BTGo\npick Combo1 1\nclick BTOff\n# note\n"
             "resize 9000 6000\ninit 1\n");
@@ -291,6 +292,40 @@ TEST_F(FrameTest, AnotherInputDriverGetsTheInputAndSeesEachControlComeAndGo) {
     EXPECT_EQ(log, (Lines{"attach Main", "click BTGo", "go", "pick# 1", "pick COM4",
                           "resize 9000x6000", "detach", "attach Main", "detach"}));
     EXPECT_EQ(driver->settles, 6) << "after every command line, failed ones too";
+}
+
+// A business object from outside takes the control's calls; the frame asks it for the inventory
+// and hands it the control lines, on the frame's clock.
+TEST(FrameBusiness, AGivenBusinessObjectTakesTheCallsTheInventoryAndTheControlLines) {
+    auto fake = std::make_shared<FakeBridge>();
+    const std::vector<ui::InventoryRecord> inventory = {{"USB\\VID_0403&PID_7C31\\X", "M (COM9)"}};
+    Lines controls;
+    int64_t controlledAt = -1;
+    FrameOptions options;
+    options.business = [&](ui::VirtualClock& clock) {
+        return BusinessObject{fake, [&] { return inventory; },
+                              [&](std::string_view line) {
+                                  controls.emplace_back(line);
+                                  controlledAt = clock.NowMs();
+                                  return "said " + std::string(line);
+                              }};
+    };
+    std::ostringstream out;
+    HeadlessFrame frame(out, options);
+    std::istringstream script("tick 40\nsim plug 7c32 COM4\ninit 1 1031\n");
+    EXPECT_EQ(frame.Run(script), 0) << out.str();
+    EXPECT_NE(out.str().find("said plug 7c32 COM4\n"), std::string::npos) << out.str();
+    EXPECT_EQ(controls, (Lines{"plug 7c32 COM4", "set Language 1031"}));
+    EXPECT_EQ(controlledAt, 40);
+    EXPECT_EQ(frame.Services().UsbInventory()[0].Name, "M (COM9)");
+    EXPECT_EQ(fake->Count("DTMDate"), 1);
+
+    // One that takes no control lines says so.
+    options.business = [&](ui::VirtualClock&) { return BusinessObject{fake, {}, {}}; };
+    std::ostringstream plainOut;
+    HeadlessFrame plain(plainOut, options);
+    EXPECT_FALSE(plain.Execute("sim status", 1));
+    EXPECT_EQ(plainOut.str(), "error line 1: sim: the business object takes no control lines\n");
 }
 
 }  // namespace
