@@ -55,14 +55,22 @@ TEST_F(SimPort, StateFollowsCommandsClockAndPlugging) {
          "ConnectionState -> OFFLINE,FALSE; IOL::SetMode Mode=1 Cycle=0 -> ERROR:4096",
          "IOL::GetEvent -> ERROR:4096; IOL::Read Index=16 SubIndex=0 -> ERROR:4096",
          "IOL::Disconnect -> OK:",
-         // unplugged under a running port, then plugged again: RESET until connected
+         // unplugged under a running port, then plugged again: a short RESET, then the master
+         // reopens the port by itself
          "IOL::Connect -> TRUE; !unplug; ConnectionState -> OFFLINE,FALSE; USBDevice; GetProduct",
          "IOL::Connect -> FALSE; IOL::GetEvent -> ERROR:4096",
          "IOL::TransferImage Data= -> ERROR:4096; IOL::ReadOutputImage -> ERROR:4096",
          "IOL::ChangeCycle Cycle=40 -> ERROR:4096; !unplug -> error: which master? name its port",
-         "!plug 7c31 COM3; USBDevice -> COM3; ConnectionState -> RESET,FALSE; !advance 5000",
-         "ConnectionState -> RESET,FALSE; IOL::Connect -> TRUE; ConnectionState -> ONLINE-,TRUE",
-         "IOL::Disconnect -> OK:; ConnectionState -> OFFLINE,FALSE"});
+         "!advance 5000; !plug 7c31 COM3; USBDevice -> COM3; ConnectionState -> RESET,FALSE",
+         "!advance 499; ConnectionState -> RESET,FALSE; !advance 1",
+         "ConnectionState -> ONLINE-,TRUE; !advance 200; ConnectionState -> ONLINE+,TRUE",
+         "IOL::Read Index=18 SubIndex=0 -> OK:8 79 68 76 45 51 48 48 48",
+         // the link let go of first, or another master on the port: RESET until connected
+         "IOL::Disconnect -> OK:; !unplug; !plug 7c31 COM3; !advance 5000",
+         "ConnectionState -> RESET,FALSE; IOL::Connect -> TRUE; !unplug; !plug 7c33 COM3",
+         "!advance 5000; ConnectionState -> RESET,FALSE; IOL::Connect -> TRUE",
+         "ConnectionState -> ONLINE-,TRUE; IOL::Disconnect -> OK:; ConnectionState -> "
+         "OFFLINE,FALSE"});
 }
 
 TEST_F(SimPort, MastersKeepTheirDevicesAndChoosingAnotherClosesTheLink) {

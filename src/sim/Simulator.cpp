@@ -20,6 +20,7 @@ namespace kestrova::sim {
 namespace {
 
 constexpr int64_t kEstablishMs = 200;  // wake-up and start-up of the device
+constexpr int64_t kResetMs = 500;      // a master back on the bus before it reopens its port
 constexpr size_t kEventCapacity = 64;
 constexpr size_t kLogCapacity = 10000;
 constexpr int64_t kSampleMs = 50;  // resolution of the watch on the process value
@@ -76,7 +77,9 @@ struct Master {
     std::string revision;
     std::string serial;
     bool plugged = true;
-    bool reset = false;  // came up while running: reports RESET until connected
+    bool reset = false;     // came up while running: reports RESET until connected
+    bool resume = false;    // its port was open when it went: it reopens the port when back
+    int64_t resumeAt = -1;  // when a master that came back reopens its port
     Device device;
     std::deque<SimEvent> events;
     size_t dropped = 0;
@@ -351,6 +354,14 @@ struct Simulator::Impl {
         ApplyCycle(m, cycle);
     }
 
+    // The link is let go of: no master reopens it when it comes back.
+    void Forget() {
+        for (Master& m : masters) {
+            m.resume = false;
+            m.resumeAt = -1;
+        }
+    }
+
     void CloseLink() {
         if (Master* m = InUse()) {
             m->mode = PortMode::Inactive;
@@ -360,9 +371,22 @@ struct Simulator::Impl {
         open = false;
     }
 
+    // A master that comes back on the port that was open restores the link by itself, after
+    // a short reset, as a business object that owns the link does.
+    void Resume() {
+        Master* m = InUse();
+        if (open || !m || m->resumeAt < 0 || Now() < m->resumeAt) return;
+        open = true;
+        m->reset = false;
+        m->resume = false;
+        m->resumeAt = -1;
+        StartIOLink(*m, m->target);
+    }
+
     // Brings the watch on the process value up to now: leaving and re-entering the measuring
     // range raise the range event while the device communicates.
     void Update() {
+        Resume();
         Master* m = Opened();
         if (!m || !Operating(*m)) return;
         const int64_t now = Now();
@@ -402,10 +426,15 @@ struct Simulator::Impl {
         }
         old->reset = running;
         if (selected.empty()) selected = port;
+        // Only the master whose link was open comes back by itself; another one waits to be
+        // chosen and connected.
+        old->resumeAt = old->resume && running && IEquals(selected, port) ? Now() + kResetMs : -1;
     }
 
     void Unplug(Master& m) {
-        if (&m == InUse() && open) CloseLink();
+        m.resume = &m == InUse() && open;
+        m.resumeAt = -1;
+        if (m.resume) CloseLink();
         m.plugged = false;
         m.mode = PortMode::Inactive;
         m.events.clear();
@@ -421,6 +450,8 @@ struct Simulator::Impl {
         if (open) return "TRUE";
         open = true;
         m->reset = false;
+        m->resume = false;
+        m->resumeAt = -1;
         StartIOLink(*m, m->target);
         return "TRUE";
     }
@@ -428,6 +459,7 @@ struct Simulator::Impl {
     std::string Disconnect(std::string_view, bool hasArgs) {
         if (hasArgs) return Failure(kWrongArguments);
         if (open) CloseLink();
+        Forget();
         return "OK:";
     }
 
@@ -628,6 +660,7 @@ struct Simulator::Impl {
             const std::string port = Trim(value.ToText());
             if (!IEquals(port, selected)) {
                 if (open) CloseLink();
+                Forget();
                 selected = port;
             }
         } else if (IEquals(name, "LOGGER")) {
