@@ -80,6 +80,9 @@ class ClsDevice {
     // Position 1..100; outside raises Subscript out of range (9).
     ClsEvent& GetEvent(int16_t position);
     void ClearEvents();  // deliberately does nothing
+    // Running number of the newest event the user cleared from the event lists. Every list
+    // hides the events up to it; the proxy keeps them, as the newest also tells the state.
+    int64_t EventsClearedThrough = -1;
     bool UpdateEvents();
 
   private:

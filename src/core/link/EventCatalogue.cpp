@@ -203,7 +203,7 @@ std::string TypeModeText(int32_t value) {
             text = "MSG";
             break;
         default:
-            text = "UNKNOWN";
+            text = "unknown";
             break;
     }
     switch (value & 0xC0) {
@@ -224,14 +224,14 @@ std::string TypeModeText(int32_t value) {
 
 std::string ErrorNumberText(int32_t value) {
     uint16_t number = 0;
-    if (As16(value, number)) {
+    const bool is16 = As16(value, number);
+    if (is16)
         for (const TextOfNumber& row : kIsduErrors)
             if (row.Number == number) return row.Text;
-        for (const TextOfNumber& row : kApplicationErrors)
-            if (row.Number == (number & 0xFF)) return row.Text;
-        return "0x" + Hex4(number) + ":unknown";
-    }
-    return "0x" + Hex4(value) + ":unknown";
+    // Application errors by their low byte, whatever the rest of the number holds.
+    for (const TextOfNumber& row : kApplicationErrors)
+        if (row.Number == (value & 0xFF)) return row.Text;
+    return "0x" + Hex4(is16 ? number : value) + ":unknown";
 }
 
 }  // namespace

@@ -65,14 +65,15 @@ TEST_F(EventCatalogueTest, EventCodesChooseTheKey) {
 
 TEST_F(EventCatalogueTest, QualifierWordsAndErrorNumbers) {
     // kind, value -> text. Kind 2 instance, 3 type and mode (instance bits ignored), 4 to 6
-    // error numbers (the whole number first, then the low byte), any other kind "unknown".
+    // error numbers (the whole 16-bit number first, then the low byte of any number), any other
+    // kind "unknown".
     const std::tuple<int, int32_t, const char*> words[] = {
-        {2, 1, "PHL"},     {2, 5, "UNKNOWN"},  {3, 48 + 192, "ERR-COMING"},
-        {2, 2, "DL"},      {3, 0, "UNKNOWN"},  {3, 32 + 128, "WARN-GOING"},
-        {2, 3, "AL"},      {0, 2, "unknown"},  {3, 16 + 64, "MSG-SINGLE"},
-        {2, 4, "APPL"},    {7, 2, "unknown"},  {3, 4 + 48 + 192, "ERR-COMING"},
-        {2, 0, "UNKNOWN"}, {-1, 2, "unknown"}, {3, 192, "UNKNOWN-COMING"},
-        {3, 48, "ERR"}};
+        {2, 1, "PHL"},     {2, 5, "UNKNOWN"},        {3, 48 + 192, "ERR-COMING"},
+        {2, 2, "DL"},      {3, 0, "unknown"},        {3, 32 + 128, "WARN-GOING"},
+        {2, 3, "AL"},      {0, 2, "unknown"},        {3, 16 + 64, "MSG-SINGLE"},
+        {2, 4, "APPL"},    {7, 2, "unknown"},        {3, 4 + 48 + 192, "ERR-COMING"},
+        {2, 0, "UNKNOWN"}, {-1, 2, "unknown"},       {3, 192, "unknown-COMING"},
+        {3, 48, "ERR"},    {3, 64, "unknown-SINGLE"}};
     const std::tuple<int, int32_t, const char*> numbers[] = {
         {4, 0x5200, "Device buffer too small for complete PDU"},
         {5, 0x1000, "Negative service response initiated by a communication error"},
@@ -82,7 +83,11 @@ TEST_F(EventCatalogueTest, QualifierWordsAndErrorNumbers) {
         {6, 0x8082, "Application Application not ready"},
         {4, 0x8033, "0x8033:unknown"},
         {5, 0x5201, "0x5201:unknown"},
-        {6, 0x10023, "0x10023:unknown"},
+        {6, 0x10023, "Application Access denied"},
+        {4, 98339, "Application Access denied"},
+        {5, -65501, "Application Access denied"},
+        {6, 0x15200, "Application No details"},
+        {4, 0x10033, "0x10033:unknown"},
         {4, -40000, "0xFFFF63C0:unknown"}};
     for (auto [kind, value, text] : words) EXPECT_EQ(IolErrorText(kind, value, 0, gui), text);
     for (auto [kind, value, text] : numbers) EXPECT_EQ(IolErrorText(kind, value, 0, gui), text);

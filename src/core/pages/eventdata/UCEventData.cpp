@@ -48,12 +48,14 @@ int32_t TypeModeWord(const ClsEvent& event) {
     return static_cast<int32_t>((int64_t{event.Type} + int64_t{event.Mode}) & 0xFF);
 }
 
-// The qualifier byte; parts that do not add up to a byte are shown as they sum up.
-int64_t Qualifier(const ClsEvent& event) {
+// Whether the qualifier parts add up to a byte; an event whose qualifier overflows is no
+// event the panel can show.
+bool HasQualifier(const ClsEvent& event) {
     try {
-        return event.InstTypMode();
-    } catch (const std::exception&) {
-        return int64_t{event.Instance} + int64_t{event.Type} + int64_t{event.Mode};
+        event.InstTypMode();
+        return true;
+    } catch (const VbError&) {
+        return false;
     }
 }
 
@@ -110,15 +112,23 @@ void UCEventData::Refill() {
     C("ListView1").ClearRows();
     newestListed_ = -1;
     ClsDevice& device = gui_->Device;
+    clearedSeen_ = device.EventsClearedThrough;
     for (int16_t p = 1; p <= device.EventCount && p <= ClsDevice::kMaxEvents; ++p) {
         const ClsEvent& event = device.GetEvent(p);
         if (event.Number > newestListed_) newestListed_ = event.Number;
-        if (event.Number > clearedThrough_) AddRow(event);
+        AddRow(event);
     }
 }
 
+// The list and the saved file show the same events: reported ones (numbered from 1) with a
+// qualifier byte, newer than the last clear.
+bool UCEventData::Shown(const ClsEvent& event) const {
+    return event.Number >= 1 && event.Number > gui_->Device.EventsClearedThrough &&
+           HasQualifier(event);
+}
+
 void UCEventData::AddRow(const ClsEvent& event) {
-    if (event.Number < 1) return;  // not an event the device reported
+    if (!Shown(event)) return;
     auto& list = C("ListView1");
     while (list.ListItems().size() >= kMaxRows) list.RemoveRow(1);
     const ClsGUI& gui = *gui_;
@@ -128,7 +138,7 @@ void UCEventData::AddRow(const ClsEvent& event) {
             IolErrorText(2, event.Instance, 0, gui),
             IolErrorText(3, TypeModeWord(event), 0, gui),
             IolErrorText(1, event.Code, event.Type, gui),
-            Hex(Qualifier(event), 2) + " " + Hex(Code16(event.Code), 4),
+            Hex(event.InstTypMode(), 2) + " " + Hex(Code16(event.Code), 4),
         },
         TypeBackColor(event.Type));
 }
@@ -152,6 +162,10 @@ void UCEventData::ActualizeEvents(ClsDevice& device, int maxEvents) {
     if (!gui_) return;
     // Events are listed even when fetching stops half way; the rest comes on a later tick.
     pages::TryStep([&] { pages::FetchEvents(device, maxEvents); });
+    if (device.EventsClearedThrough != clearedSeen_) {  // cleared on the other page
+        Refill();
+        return;
+    }
     // The events newer than the newest listed sit at the end of the proxy's list.
     int16_t first = static_cast<int16_t>(std::min<int>(device.EventCount, ClsDevice::kMaxEvents));
     while (first >= 1 && device.GetEvent(first).Number > newestListed_) --first;
@@ -159,7 +173,7 @@ void UCEventData::ActualizeEvents(ClsDevice& device, int maxEvents) {
          p <= device.EventCount && p <= ClsDevice::kMaxEvents; ++p) {
         const ClsEvent& event = device.GetEvent(p);
         newestListed_ = event.Number;
-        if (event.Number > clearedThrough_) AddRow(event);
+        AddRow(event);
     }
 }
 
@@ -167,10 +181,11 @@ void UCEventData::ClearClick() {
     RaiseChangeTimer(false);
     pages::OnScopeExit restart([this] { RaiseChangeTimer(true); });
     if (!gui_) return;
-    gui_->Device.ClearEvents();
-    clearedThrough_ = -1;
-    for (int16_t p = 1; p <= gui_->Device.EventCount && p <= ClsDevice::kMaxEvents; ++p)
-        clearedThrough_ = std::max<int64_t>(clearedThrough_, gui_->Device.GetEvent(p).Number);
+    ClsDevice& device = gui_->Device;
+    device.ClearEvents();
+    for (int16_t p = 1; p <= device.EventCount && p <= ClsDevice::kMaxEvents; ++p)
+        device.EventsClearedThrough =
+            std::max<int64_t>(device.EventsClearedThrough, device.GetEvent(p).Number);
     Refill();
 }
 
@@ -202,7 +217,7 @@ bool UCEventData::SaveTo(const std::string& path) {
             ClsDevice& device = gui_->Device;
             for (int16_t p = 1; p <= device.EventCount && p <= ClsDevice::kMaxEvents; ++p) {
                 const ClsEvent& event = device.GetEvent(p);
-                if (event.Number > clearedThrough_) writeLine(FileLine(event));
+                if (Shown(event)) writeLine(FileLine(event));
             }
         }
         // Buffered lines reach the disk only now; a full disk shows here.

@@ -43,6 +43,7 @@ class UCEventData : public ui::UserControl {
   private:
     void Refill();
     void AddRow(const ClsEvent& event);
+    bool Shown(const ClsEvent& event) const;
     void ClearClick();
     void SaveClick();
     void RaiseChangeTimer(bool enable);
@@ -54,9 +55,8 @@ class UCEventData : public ui::UserControl {
     // Running number of the newest event listed, so that events the device proxy took in for
     // another page meanwhile are listed too.
     int64_t newestListed_ = -1;
-    // Events up to this running number were cleared by the user. The device proxy keeps its
-    // list (the newest event also tells the connection state), so the panel hides them.
-    int64_t clearedThrough_ = -1;
+    // The device's cleared mark the list was filled with: a clear on the other page refills it.
+    int64_t clearedSeen_ = -1;
 };
 
 }  // namespace kestrova

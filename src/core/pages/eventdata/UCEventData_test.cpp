@@ -43,7 +43,7 @@ TEST(UCEventData, RowsCarryNumberTextsAndHexValues) {
     p.panel.ActualizeEvents(p.gui.Device, 5);
     EXPECT_EQ(p.Rows(),
               (ui::Control::Rows{
-                  {"1", "UNKNOWN", "UNKNOWN", "Min cycle time doesn´t fit", "0x05 0x001A"},
+                  {"1", "UNKNOWN", "unknown", "Min cycle time doesn´t fit", "0x05 0x001A"},
                   {"2", "APPL", "ERR-COMING", "excess ambient temperature", "0xF4 0x4110"},
                   {"3", "APPL", "WARN-GOING", "manufacturer specific (0x8CA0)", "0xA4 0x8CA0"},
               }));
@@ -58,31 +58,33 @@ TEST(UCEventData, RowsCarryNumberTextsAndHexValues) {
     EXPECT_EQ(list.RowBackColor(2), ui::syscolor::Window);  // past the end: plain
 }
 
-// Qualifier parts come from the answer as any 32-bit value; their sums must not overflow (the
-// sanitizer build stops on a signed overflow). Only their bits in the qualifier byte name them.
-TEST(UCEventData, ExtremeQualifierPartsStillGiveRowAndFileLine) {
+// Qualifier parts come from the answer as any 32-bit value. Parts that do not add up to a byte
+// make no qualifier: that event is neither listed nor saved, and the sums must not overflow on
+// the way (the sanitizer build stops on a signed overflow).
+TEST(UCEventData, EventsWhoseQualifierLeavesAByteAreNeitherListedNorSaved) {
     constexpr int32_t kMax = INT32_MAX, kMin = INT32_MIN;
     struct Case {
         int32_t instance, type, mode;
-        const char *modeText, *hex;
+        bool shown;
     };
     const Case cases[] = {
-        {1, kMax, kMax, "ERR-COMING", "0xFFFFFFFF 0x001A"},
-        {kMax, kMax, kMax, "ERR-COMING", "0x17FFFFFFD 0x001A"},
-        {-1, kMin, kMin, "UNKNOWN", "0xFFFFFFFF 0x001A"},
-        {kMin, kMax, kMin, "ERR-COMING", "0x7FFFFFFF 0x001A"},
+        {4, 48, 192, true},      {15, 48, 192, true},       {16, 48, 192, false},
+        {0, 0, -1, false},       {1, kMax, kMax, false},    {kMax, kMax, kMax, false},
+        {-1, kMin, kMin, false}, {kMin, kMax, kMin, false},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(std::to_string(c.type) + " " + std::to_string(c.mode));
+        SCOPED_TRACE(std::to_string(c.instance) + " " + std::to_string(c.type) + " " +
+                     std::to_string(c.mode));
         EventRig p;
         p.Receive(1);  // numbered 0, not listed
         p.QueueEvent(26, c.instance, c.type, c.mode);
+        p.QueueEvent(26, 4, 48, 64);
         p.panel.ActualizeEvents(p.gui.Device, 5);
-        ASSERT_EQ(p.Rows().size(), 1u);
-        EXPECT_EQ(p.Rows()[0][2], c.modeText);
-        EXPECT_EQ(p.Rows()[0][4], c.hex);
+        ASSERT_EQ(p.Rows().size(), c.shown ? 2u : 1u);
+        EXPECT_EQ(p.Rows().back()[0], "2");
         const std::string saved = p.Save();
-        EXPECT_NE(saved.find(std::string(";") + c.modeText + ";"), std::string::npos) << saved;
+        EXPECT_EQ(saved.find("\r\n1;") != std::string::npos, c.shown) << saved;
+        EXPECT_NE(saved.find("\r\n2;"), std::string::npos) << saved;
     }
 }
 
@@ -93,28 +95,45 @@ TEST(UCEventData, SaveWritesTheLogFileAndReplacesAnOldOne) {
     p.QueueEvent(0x8CA5, 4, 48, 192);
     p.panel.ActualizeEvents(p.gui.Device, 5);
     // Replaces a longer old log. Windows text: CR LF, the acute accent as its one ANSI byte.
+    // The record numbered 0 is not listed, so it is not saved either.
     EXPECT_EQ(p.Save(std::string(1000, 'x')),
               kHeader +
-                  "0;PHL;MSG-SINGLE;Connection established;0x01 0x40 0x10 0x0010\r\n"
-                  "1;UNKNOWN;UNKNOWN;Min cycle time doesn\xB4t fit;0x05 0x00 0x00 0x001A\r\n"
+                  "1;UNKNOWN;unknown;Min cycle time doesn\xB4t fit;0x05 0x00 0x00 0x001A\r\n"
                   "2;APPL;ERR-COMING;manufacturer specific (0x8CA5);0x04 0xC0 0x30 0x8CA5\r\n");
     EXPECT_EQ(p.services.SaveDialogs, std::vector<std::string>{"*.txt EventLog.txt"});
     EXPECT_EQ(p.events, "T");
     EXPECT_TRUE(p.services.Messages.empty());
 }
 
-TEST(UCEventData, ClearedEventsLeaveListAndFileButNotTheDevice) {
+// The user cleared the device's events, not one view of them: both panels showing them (the
+// data page's and the parameter page's) empty, and so does the file saved from either.
+TEST(UCEventData, ClearedEventsLeaveBothListsAndTheFileButNotTheDevice) {
     EventRig p;
+    UCEventData other(p.services, "UCEventData2");
+    other.RefreshContents(&p.gui);
     p.Receive(4);
+    other.ActualizeEvents(p.gui.Device, 5);
+    ASSERT_EQ(other("ListView1").ListItems().size(), 3u);
     p.panel("Command1").UserClick();
     EXPECT_EQ(p.events, "FT");
     EXPECT_TRUE(p.Rows().empty());
+    other.ActualizeEvents(p.gui.Device, 5);
+    EXPECT_TRUE(other("ListView1").ListItems().empty());
     p.panel.RefreshContents(&p.gui);
     EXPECT_TRUE(p.Rows().empty());
     EXPECT_EQ(p.Save(), kHeader);
+    const std::string file = ::testing::TempDir() + "other" + std::to_string(getpid());
+    ASSERT_TRUE(other.SaveTo(file));
+    std::stringstream text;
+    text << std::ifstream(file, std::ios::binary).rdbuf();
+    std::remove(file.c_str());
+    EXPECT_EQ(text.str(), kHeader);
+    // New events show in both.
     p.Receive(1);
+    other.ActualizeEvents(p.gui.Device, 5);
     ASSERT_EQ(p.Rows().size(), 1u);
     EXPECT_EQ(p.Rows()[0][0], "4");
+    EXPECT_EQ(other("ListView1").ListItems(), p.Rows());
     // The proxy still knows the newest event (it tells the connection state).
     EXPECT_EQ(p.gui.Device.EventCount, 5);
 }

@@ -138,7 +138,7 @@ void UCParameter::ShowResult(const std::string& text) {
 
 std::string UCParameter::ErrorText(int32_t code, int kind) const {
     if (code == kNotReady) return gui_->GetUILabel("PARAErrNotReady");
-    return FormatHex(code & 0xFFFF, 4, "0x", true) + ": " + IolErrorText(kind, code, 0, *gui_);
+    return FormatHex(code, 4, "0x", true) + ": " + IolErrorText(kind, code, 0, *gui_);
 }
 
 bool UCParameter::ReadAddress(const char* indexBox, const char* subIndexBox, int16_t& index,

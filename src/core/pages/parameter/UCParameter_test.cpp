@@ -53,6 +53,7 @@ TEST(UCParameter, ReadOutcomesShowTheResultAndKeepTheLastGoodData) {
     };
     const Row rows[] = {{"OK:0", "ok", ""},
                         {"ERROR:17", "0x0011: Application Index not available", "9"},
+                        {"ERROR:98339", "0x18023: Application Access denied", "9"},
                         {"!Read & write failed", "Read && write failed", "9"},
                         {"@SIO,TRUE", "Device not ready for parameter access", "9"}};
     for (const Row& row : rows) {
