@@ -46,6 +46,10 @@ std::string UsageText() {
            "  --inventory simulator|system   USB inventory to search (default simulator)\n"
            "  --sim LINE                simulator control line run before the DTM opens, e.g.\n"
            "                            --sim \"latency 20\" (repeatable)\n"
+           "  --bridge \"COMMAND ARGS\"  the business object is COMMAND, spoken to through the\n"
+           "                            bridge line protocol (docs/bridge.md), e.g.\n"
+           "                            --bridge \"kestrova-sim --serve\"\n"
+           "  --bridge-timeout MS       how long a bridge may take to answer (default 5000)\n"
            "  --page NODE               open a page by its tree node key or text (e.g. K3)\n"
            "  --click PATH              click a control once the page is open, e.g.\n"
            "                            IOLinkData1.UCProcessData1.CheckAutoUpdate (repeatable)\n"
@@ -127,6 +131,12 @@ ParsedOptions ParseOptions(const std::vector<std::string>& args) {
         } else if (arg == "--sim") {
             if (!need(v) || v.empty()) return fail("--sim needs a control line");
             o.simLines.push_back(v);
+        } else if (arg == "--bridge") {
+            if (!need(v) || v.empty()) return fail("--bridge needs a command");
+            o.bridge = v;
+        } else if (arg == "--bridge-timeout") {
+            if (!need(v) || !ParseMs(v, o.bridgeTimeoutMs) || o.bridgeTimeoutMs < 1)
+                return fail("--bridge-timeout takes milliseconds");
         } else if (arg == "--page") {
             if (!need(v) || v.empty()) return fail("--page needs a node key or text");
             o.page = v;

@@ -29,6 +29,8 @@ struct AppOptions {
     std::string screenshot;  // PNG written after afterMs, then the program ends
     int afterMs = 2500;
     bool help = false;
+    std::string bridge;  // command of a business object in another process; empty: simulator
+    int bridgeTimeoutMs = 5000;
 };
 
 struct ParsedOptions {

@@ -14,6 +14,8 @@
 #include "Renderer.h"
 #include "Widgets.h"
 #include "dtmgui/DTMGUI.h"
+#include "link/LineBridge.h"
+#include "sim/Serve.h"
 #include "sim/Simulator.h"
 
 inline void PrintTo(const QString& s, std::ostream* os) {
@@ -48,6 +50,8 @@ std::string Outcome(const std::vector<std::string>& args) {
     add(o.screenshot != d.screenshot, "screenshot " + o.screenshot);
     add(o.afterMs != d.afterMs, "after " + std::to_string(o.afterMs));
     add(o.help, "help");
+    add(o.bridge != d.bridge, "bridge '" + o.bridge + "'");
+    add(o.bridgeTimeoutMs != d.bridgeTimeoutMs, "timeout " + std::to_string(o.bridgeTimeoutMs));
     return s;
 }
 
@@ -72,6 +76,8 @@ TEST(AppOptions, CommandLinesGiveOptionsOrAReason) {
         {{"--after", "soon"}, "error: --after takes milliseconds"}, {{"--screenshot"}, "needs a file name"},
         {{"--profile="}, "needs a profile name"}, {{"--verbose"}, "error: unknown option '--verbose'"},
         {{"expert"}, "error: unknown option 'expert'"},
+        {{"--bridge", "kestrova-sim --serve", "--bridge-timeout=900"}, "bridge 'kestrova-sim --serve' timeout 900"},
+        {{"--bridge="}, "error: --bridge needs a command"}, {{"--bridge-timeout", "0"}, "takes milliseconds"},
         // clang-format on
     };
     for (const auto& [args, expected] : cases) {
@@ -121,8 +127,8 @@ TEST(AppOptions, FunctionCallCarriesSchemaAndId) {
 
 class AppTest : public ::testing::Test {
   protected:
-    void Open(int function, int locale, AppOptions options = {}) {
-        window = std::make_unique<MainWindow>(options);
+    void Open(int function, int locale, AppOptions options = {}, BusinessObject business = {}) {
+        window = std::make_unique<MainWindow>(options, std::move(business));
         window->Services().Unattended = [this](const std::string& text, int, const std::string&) {
             messages.push_back(text);
             return ui::msgbox::AnswerOk;
@@ -190,9 +196,37 @@ TEST_F(AppTest, UnpluggingTheMasterShowsInTheStatusBar) {
     ASSERT_TRUE(window->SimulatorControl("unplug"));
     EXPECT_TRUE(WaitForStatus("Disconnected"));
     EXPECT_EQ(StatusBar()->PanelPicture(0), "lamp_off");
-    // A master plugged in while the control runs comes up reset, waiting to be connected.
+    // Another master plugged in while the control runs comes up reset, waiting to be connected.
     ASSERT_TRUE(window->SimulatorControl("plug 7c33 COM3"));
     EXPECT_TRUE(WaitForStatus("Standby"));
+}
+
+// The master is unplugged and plugged in again: the link comes back without any user action.
+TEST_F(AppTest, TheSameMasterPluggedInAgainReconnectsByItself) {
+    Open(kFunctionExpert, kLocaleEnglish);
+    ASSERT_TRUE(WaitForStatus("Connected"));
+    ASSERT_TRUE(window->SimulatorControl("unplug"));
+    ASSERT_TRUE(WaitForStatus("Disconnected"));
+    ASSERT_TRUE(window->SimulatorControl("plug 7c31 COM3"));
+    EXPECT_TRUE(WaitForStatus("Standby"));
+    EXPECT_TRUE(WaitForStatus("Connected"));
+    EXPECT_EQ(StatusBar()->PanelPicture(0), "lamp_on");
+    EXPECT_TRUE(messages.empty()) << messages.front();
+}
+
+// A business object from outside: the simulator behind the bridge line protocol, as
+// --bridge "kestrova-sim --serve" gives it, minus the process.
+TEST_F(AppTest, ABusinessObjectFromOutsideIsUsedForEverything) {
+    auto server = std::make_shared<sim::Server>(sim::Options{});
+    Open(kFunctionExpert, kLocaleEnglish, {},
+         BridgeBusinessObject([server](const std::string& line) { return server->Answer(line); },
+                              "in-process"));
+    ASSERT_TRUE(opened);
+    EXPECT_TRUE(WaitForStatus("Connected"));
+    EXPECT_NE(window->Control("status").find("GUI registered"), std::string::npos);
+    ASSERT_TRUE(window->SimulatorControl("unplug"));
+    EXPECT_TRUE(WaitForStatus("Disconnected"));
+    EXPECT_TRUE(messages.empty()) << messages.front();
 }
 
 TEST_F(AppTest, MenusReopenTheControlAndDriveTheSimulator) {

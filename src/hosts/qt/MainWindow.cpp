@@ -30,12 +30,12 @@ namespace kestrova::qt {
 
 namespace {
 
-// The business object as the frame hands it to the control: the simulator, plus the frame's
-// side of CloseGui (the control asks its frame to close it).
+// The business object as the frame hands it to the control, plus the frame's side of CloseGui
+// (the control asks its frame to close it).
 class FrameBridge : public IGuiBridge {
   public:
-    FrameBridge(std::shared_ptr<sim::Simulator> sim, QMainWindow* window)
-        : sim_(std::move(sim)), window_(window) {}
+    FrameBridge(std::shared_ptr<IGuiBridge> dtm, QMainWindow* window)
+        : sim_(std::move(dtm)), window_(window) {}
     void RegisterGui(const std::string& progId, const std::string& invokeId) override {
         sim_->RegisterGui(progId, invokeId);
     }
@@ -53,7 +53,7 @@ class FrameBridge : public IGuiBridge {
     void NotifyGuiReleased() override { sim_->NotifyGuiReleased(); }
 
   private:
-    std::shared_ptr<sim::Simulator> sim_;
+    std::shared_ptr<IGuiBridge> sim_;
     QMainWindow* window_;
 };
 
@@ -113,31 +113,36 @@ bool ParseEventCode(const QString& text, int& code) {
 
 }  // namespace
 
-MainWindow::MainWindow(const AppOptions& options, QWidget* parent)
+MainWindow::MainWindow(const AppOptions& options, BusinessObject business, QWidget* parent)
     : QMainWindow(parent),
       options_(options),
       services_([this]() -> std::vector<ui::InventoryRecord> {
 #ifdef KESTROVA_HAVE_PLATFORM
           if (options_.systemInventory) return platform::LinuxUsbInventory();
 #endif
-          return sim_->Inventory();
+          return business_.Inventory();
       }),
       port_(options.port) {
-    sim::Options simOptions;
-    if (!options.profile.empty()) simOptions.profile = options.profile;
-    simOptions.product = options.master == "none" ? "" : options.master;
-    simOptions.port = options.port;
-    simOptions.realtime = true;
-    ui::Clock* clock = &services_.GetClock();
-    sim_ = std::make_shared<sim::Simulator>(simOptions, [clock] { return clock->NowMs(); });
+    if (business.Dtm) {
+        business_ = std::move(business);
+    } else {
+        sim::Options simOptions;
+        if (!options.profile.empty()) simOptions.profile = options.profile;
+        simOptions.product = options.master == "none" ? "" : options.master;
+        simOptions.port = options.port;
+        simOptions.realtime = true;
+        ui::Clock* clock = &services_.GetClock();
+        sim_ = std::make_shared<sim::Simulator>(simOptions, [clock] { return clock->NowMs(); });
+        business_ = sim::AsBusinessObject(sim_);
+    }
     for (const std::string& line : options.simLines) {
         try {
-            sim_->Control(line);
+            Control(line);
         } catch (const std::exception& e) {
             throw std::invalid_argument("--sim \"" + line + "\": " + e.what());
         }
     }
-    bridge_ = std::make_shared<FrameBridge>(sim_, this);
+    bridge_ = std::make_shared<FrameBridge>(business_.Dtm, this);
     services_.SetParentWindow(this);
 
     dpi_ = LogicalDpi();
@@ -163,9 +168,9 @@ bool MainWindow::OpenDtm(int functionId, int locale) {
     functionId_ = functionId;
     locale_ = locale;
     try {
-        sim_->SetItem("Language", Variant(static_cast<int32_t>(locale)));
+        business_.Dtm->SetItem("Language", Variant(static_cast<int32_t>(locale)));
     } catch (const std::exception& e) {
-        ReportError(std::string("The simulator refused the language: ") + e.what());
+        ReportError(std::string("The business object refused the language: ") + e.what());
     }
 
     UseQtLanguage(locale);
@@ -249,9 +254,15 @@ void MainWindow::ReportError(const std::string& message) {
     services_.MsgBox(message, ui::msgbox::OkOnly | ui::msgbox::Exclamation, "");
 }
 
+std::string MainWindow::Control(const std::string& line) {
+    if (!business_.Control)
+        throw std::invalid_argument("the business object takes no control lines");
+    return business_.Control(line);
+}
+
 bool MainWindow::SimulatorControl(const std::string& line) {
     try {
-        sim_->Control(line);
+        Control(line);
         return true;
     } catch (const std::exception& e) {
         ReportError("Simulator: " + std::string(e.what()));
@@ -405,7 +416,7 @@ void MainWindow::PlugMaster(const std::string& product) {
 void MainWindow::UnplugMaster() {
     // The master in use; when none is in use, the one on the chosen port.
     try {
-        sim_->Control("unplug");
+        Control("unplug");
         return;
     } catch (const std::exception&) {
     }
@@ -455,7 +466,7 @@ void MainWindow::RaiseDeviceEvent() {
 void MainWindow::ShowSimulatorStatus() {
     std::string text;
     try {
-        text = sim_->Control("status");
+        text = Control("status");
     } catch (const std::exception& e) {
         text = e.what();
     }

@@ -1,5 +1,5 @@
-// The frame window: it plays the FDT frame for the control. It creates the business object
-// (the simulated master), creates DTMGUI, opens it with the chosen function and language,
+// The frame window: it plays the FDT frame for the control. It takes the business object (or
+// makes the simulated master), creates DTMGUI, opens it with the chosen function and language,
 // renders it, sizes it with the window and releases it when the window closes. Menus reopen
 // the control with another function or language and drive the simulated master.
 #pragma once
@@ -10,6 +10,7 @@
 
 #include "AppOptions.h"
 #include "QtServices.h"
+#include "link/BusinessObject.h"
 
 class QActionGroup;
 class QTranslator;
@@ -30,8 +31,10 @@ class Renderer;
 class MainWindow : public QMainWindow {
   public:
     // Throws std::invalid_argument when the options name something the simulator does not know
-    // (a profile, a malformed control line).
-    explicit MainWindow(const AppOptions& options, QWidget* parent = nullptr);
+    // (a profile, a malformed control line). Without a business object the frame makes the
+    // simulated master.
+    explicit MainWindow(const AppOptions& options, BusinessObject business = {},
+                        QWidget* parent = nullptr);
     ~MainWindow() override;
 
     // Opens the control with a function id and a locale id, replacing the one open. Answers
@@ -50,6 +53,8 @@ class MainWindow : public QMainWindow {
     // Runs a simulator control line; a refused line is shown in a message box. Answers
     // whether the simulator took it.
     bool SimulatorControl(const std::string& line);
+    // The same, answering the output; a refused line throws std::invalid_argument.
+    std::string Control(const std::string& line);
     // Opens the page of a tree node, given by key or text; false when there is none.
     bool OpenPage(const std::string& keyOrText);
     // Clicks a control by its dotted path below the control; false when there is none.
@@ -79,8 +84,9 @@ class MainWindow : public QMainWindow {
     void ReportError(const std::string& message);
 
     AppOptions options_;
-    std::shared_ptr<sim::Simulator> sim_;
-    std::shared_ptr<IGuiBridge> bridge_;  // the simulator as the frame hands it to the control
+    std::shared_ptr<sim::Simulator> sim_;  // the built-in simulator, when it is the business object
+    BusinessObject business_;
+    std::shared_ptr<IGuiBridge> bridge_;  // the business object as the frame hands it over
     QtServices services_;
     QWidget* host_ = nullptr;
     double dpi_ = 96;

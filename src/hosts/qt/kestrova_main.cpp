@@ -19,8 +19,13 @@
 #include "MainWindow.h"
 #include "Renderer.h"
 #include "dtmgui/DTMGUI.h"
+#include "link/LineBridge.h"
 #include "sim/Simulator.h"
 #include "tools/Vb.h"
+
+#ifdef KESTROVA_HAVE_PLATFORM
+#include "platform/ChildProcess.h"
+#endif
 
 #ifndef KESTROVA_VERSION
 #define KESTROVA_VERSION "0.0.0"
@@ -171,6 +176,26 @@ int main(int argc, char** argv) {
         }
     }
 
+    // A bridge that cannot start is reported before any window opens.
+    BusinessObject business;
+    if (!options.bridge.empty()) {
+#ifdef KESTROVA_HAVE_PLATFORM
+        try {
+            auto child =
+                std::make_shared<platform::ChildProcess>(options.bridge, options.bridgeTimeoutMs);
+            business = BridgeBusinessObject(
+                [child](const std::string& request) { return child->RoundTrip(request); },
+                "\"" + options.bridge + "\"");
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "kestrova: --bridge: %s\n", e.what());
+            return 2;
+        }
+#else
+        std::fputs("kestrova: --bridge: this build cannot start other programs\n", stderr);
+        return 2;
+#endif
+    }
+
     const bool platformChosen = qtPlatformOption || !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
     if (!platformChosen && !HasDisplay()) {
         if (options.screenshot.empty()) {
@@ -198,7 +223,7 @@ int main(int argc, char** argv) {
 
     std::unique_ptr<MainWindow> window;
     try {
-        window = std::make_unique<MainWindow>(options);
+        window = std::make_unique<MainWindow>(options, std::move(business));
     } catch (const std::exception& e) {
         std::fprintf(stderr, "kestrova: %s\n", e.what());
         return 2;
