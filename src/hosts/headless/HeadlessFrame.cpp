@@ -155,7 +155,10 @@ struct HeadlessFrame::Command {
 HeadlessFrame::HeadlessFrame(std::ostream& out, FrameOptions options)
     : out_(out), options_(std::move(options)) {
     services_ = std::make_unique<HeadlessServices>(
-        [this] { return business_.Inventory(); }, [this](const std::string& line) { Print(line); });
+        [this] {
+            return business_.Inventory ? business_.Inventory() : std::vector<ui::InventoryRecord>{};
+        },
+        [this](const std::string& line) { Print(line); });
     ui::VirtualClock* clock = &services_->Clock();
     if (options_.business) {
         business_ = options_.business(*clock);

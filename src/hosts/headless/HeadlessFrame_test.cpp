@@ -320,12 +320,13 @@ TEST(FrameBusiness, AGivenBusinessObjectTakesTheCallsTheInventoryAndTheControlLi
     EXPECT_EQ(frame.Services().UsbInventory()[0].Name, "M (COM9)");
     EXPECT_EQ(fake->Count("DTMDate"), 1);
 
-    // One that takes no control lines says so.
+    // One that takes no control lines says so; one without an inventory has nothing plugged.
     options.business = [&](ui::VirtualClock&) { return BusinessObject{fake, {}, {}}; };
     std::ostringstream plainOut;
     HeadlessFrame plain(plainOut, options);
     EXPECT_FALSE(plain.Execute("sim status", 1));
     EXPECT_EQ(plainOut.str(), "error line 1: sim: the business object takes no control lines\n");
+    EXPECT_TRUE(plain.Services().UsbInventory().empty());  // and no inventory: none plugged
 }
 
 }  // namespace

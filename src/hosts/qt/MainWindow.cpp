@@ -120,7 +120,7 @@ MainWindow::MainWindow(const AppOptions& options, BusinessObject business, QWidg
 #ifdef KESTROVA_HAVE_PLATFORM
           if (options_.systemInventory) return platform::LinuxUsbInventory();
 #endif
-          return business_.Inventory();
+          return business_.Inventory ? business_.Inventory() : std::vector<ui::InventoryRecord>{};
       }),
       port_(options.port) {
     if (business.Dtm) {
