@@ -260,8 +260,7 @@ class Soak {
     void Recover() {
         faulty_.Run("sim clear");
         if (unplugged_) {
-            // Plugged again, the master waits for a connect: the user opens the function anew,
-            // or goes on with the master in standby.
+            // Plugged again; now and then the user also opens the function anew.
             Both("sim plug 7c31 COM3");
             if (Pick(2)) Both("init 2");
             unplugged_ = false;

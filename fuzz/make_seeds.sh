@@ -7,7 +7,7 @@ cd "$(dirname "$0")"
 build=$(realpath "${1:-../build/fuzz}")
 sim="$build/src/sim/kestrova-sim"
 headless="$build/src/hosts/headless/kestrova-headless"
-rm -rf corpus && mkdir -p corpus/channel corpus/control corpus/init corpus/entry
+rm -rf corpus && mkdir -p corpus/channel corpus/control corpus/init corpus/entry corpus/bridge_protocol
 
 # The simulator's answer to each command line (control lines starting with "!" answer nothing).
 answers() { "$sim" | sed '/^$/d'; }
@@ -134,6 +134,28 @@ for id in 1 2 3 7; do
 done
 printf '<FDT><FunctionCall functionId="2"\n%%%%\n!raise 91 gone\n' >corpus/init/unterminated
 printf 'functionId=" 40000 "\n%%%%\n' >corpus/init/overflow
+
+# bridge_protocol: the expert session's answers as answer lines, the requests a control sends,
+# and an inventory.
+{
+    grep '^< ' corpus/control/expert | sed 's/^< /text /' | head -40
+    printf 'bool true\nint 1033\nreal 2.5\nempty\nnull\nerror -2147467259 no answer\n'
+} >corpus/bridge_protocol/answers
+cat >corpus/bridge_protocol/requests <<'LINES'
+SendCommand IOL::Read Index=16 SubIndex=0
+SendCommand IOL::Write Index=24 SubIndex=0 Data=41 42
+SetItem LOGGER text Plugcheck wird durchgeführt
+SetItem USBDevice text COM3
+RegisterGui Kestrova.DTMGUI invoke-1
+UnregisterGui invoke-1
+CloseGui invoke-1
+NotifyGuiReleased
+UsbInventory
+Clock
+Control plug 7c32 COM4
+LINES
+printf 'USB\\VID_0403&PID_7C31\\SNCOM3\tIO-Link USB Master (COM3)\nUSB\\VID_0403&PID_7C33\\SNCOM4\tIO-Link USB Master (COM4)\n' \
+    >corpus/bridge_protocol/inventory
 
 # entry: entry texts as users type them (the parser flags come from the input's last bytes).
 for text in '16' '0x10' '255 0 7' '0x1F 0xa 0X0' '&HFF' '1,5' '2.3' '-1' '65535 1' 'ab cd' \
