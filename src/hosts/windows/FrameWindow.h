@@ -22,7 +22,7 @@ class FrameWindow {
     void SetClientSize(int widthPx, int heightPx);
     // Runs whenever the client area changed size.
     std::function<void()> OnResize;
-    // Set when the user closed the window.
+    // Set when the user closed the window; the window stays until its owner is done.
     bool Closed() const { return closed_; }
 
   private:

@@ -135,9 +135,11 @@ HRESULT Release(IDtmActiveXControl* control, bool late, bool& result) {
 }
 
 // Dispatches messages (the control's timers among them) for the given time.
-void RunMessageLoop(long ms) {
+// Closing the frame window ends it early.
+void RunMessageLoop(long ms, const FrameWindow* window = nullptr) {
     const ULONGLONG end = GetTickCount64() + static_cast<ULONGLONG>(ms);
-    for (ULONGLONG now = GetTickCount64(); now < end; now = GetTickCount64()) {
+    for (ULONGLONG now = GetTickCount64(); now < end && !(window && window->Closed());
+         now = GetTickCount64()) {
         MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(end - now), QS_ALLINPUT);
         MSG msg;
         while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
@@ -173,7 +175,7 @@ int RunFrame(const Options& o) {
     if (FAILED(hr)) return Fail("Init", hr);
     std::printf("init %s\n", initOk ? "true" : "false");
     std::fflush(stdout);
-    RunMessageLoop(o.runMs);
+    RunMessageLoop(o.runMs, window.get());
     int status = 0;
     if (!o.screenshot.empty()) {
         std::string error;
