@@ -10,8 +10,10 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollBar>
 #include <QStyle>
 #include <QTest>
 
@@ -169,6 +171,17 @@ void CheckAllPages(const Scenario& s, std::vector<std::string>& faults) {
         dtm->Resolve("IOLinkParam1.UCParameter1.Command1")->UserClick();
         QTest::qWait(400);
         check("K4 after a failed read");
+        // The vendor name (22 bytes) shows whole in decimal.
+        index->UserType("16");
+        dtm->Resolve("IOLinkParam1.UCParameter1.Command1")->UserClick();
+        QTest::qWait(400);
+        Control* data = dtm->Resolve("IOLinkParam1.UCParameter1.TextRd");
+        auto* shown = qobject_cast<QPlainTextEdit*>(window.GetRenderer()->WidgetFor(*data));
+        const bool device = s.options.profile.empty() && s.options.master != "none";
+        if (device && (!shown || data->Text().empty() || shown->verticalScrollBar()->maximum() > 0))
+            faults.push_back(std::string(s.what) + ": the read data '" + data->Text() +
+                             "' does not show whole");
+        index->UserType("99");
         // A master that does not answer: the longest error line.
         window.SimulatorControl("throw IOL::Read");
         dtm->Resolve("IOLinkParam1.UCParameter1.Command1")->UserClick();

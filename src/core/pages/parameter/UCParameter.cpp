@@ -59,37 +59,38 @@ UCParameter::UCParameter(ui::Services& /*services*/, std::string name)
     AddAt(Kind::Frame, "Frame1", 0, 0, 3640, kHeight, "Parameter data");
 
     // Index, subindex and button on one line, the data below it; reading above writing. The
-    // data fields hold two lines, so a 22-byte answer shows whole.
-    AddAt(Kind::Label, "Label4", 120, 225, 735, 240, "Index");
-    AddAt(Kind::Label, "Label3", 900, 225, 735, 240, "Subindex");
-    AddAt(Kind::TextBox, "TextRdIndex", 120, 480, 735, 285);
-    AddAt(Kind::TextBox, "TextRdSubIndex", 900, 480, 735, 285);
+    // read data holds three lines, so a 22-byte answer shows whole in decimal; longer forms
+    // scroll and tell the whole text as a tooltip.
+    AddAt(Kind::Label, "Label4", 120, 210, 735, 240, "Index");
+    AddAt(Kind::Label, "Label3", 900, 210, 735, 240, "Subindex");
+    AddAt(Kind::TextBox, "TextRdIndex", 120, 465, 735, 285);
+    AddAt(Kind::TextBox, "TextRdSubIndex", 900, 465, 735, 285);
     auto& read = AddAt(Kind::CommandButton, "Command1", 1680, 450, 1035, 345, "Read");
-    auto& result = AddAt(Kind::TextBox, "TextRd", 120, 840, 3400, 480);
+    auto& result = AddAt(Kind::TextBox, "TextRd", 120, 810, 3400, 705);
     result.SetMultiLine(true);
     result.SetLocked(true);
 
-    AddAt(Kind::TextBox, "TextWrIndex", 120, 1395, 735, 285);
-    AddAt(Kind::TextBox, "TextWrSubIndex", 900, 1395, 735, 285);
-    auto& write = AddAt(Kind::CommandButton, "Command2", 1680, 1365, 1035, 345, "Write");
-    AddAt(Kind::TextBox, "TextWr", 120, 1755, 3400, 285);
+    AddAt(Kind::TextBox, "TextWrIndex", 120, 1575, 735, 285);
+    AddAt(Kind::TextBox, "TextWrSubIndex", 900, 1575, 735, 285);
+    auto& write = AddAt(Kind::CommandButton, "Command2", 1680, 1560, 1035, 345, "Write");
+    AddAt(Kind::TextBox, "TextWr", 120, 1950, 3400, 285);
 
     // The display forms get a line of their own: the German captions need the whole width.
-    AddAt(Kind::Label, "Label8", 120, 2115, 1500, 240, "Display");
+    AddAt(Kind::Label, "Label8", 120, 2295, 1500, 240, "Display");
     const char* const optionCaptions[] = {"decimal", "hex", "binary", "asc"};
     const int32_t optionLeft[] = {120, 1035, 1665, 2475};
     const int32_t optionWidth[] = {885, 600, 780, 645};
     for (int i = 0; i < 4; ++i) {
         auto& option = Add<ui::Control>(Kind::OptionButton, "Option1", i);
-        option.Move(optionLeft[i], 2370, optionWidth[i], 255);
+        option.Move(optionLeft[i], 2535, optionWidth[i], 255);
         option.SetCaption(optionCaptions[i]);
     }
     C("Option1", 0).SetValue(1);
     lastFormat_ = Format();
 
     // Error texts of the master can be long: two lines.
-    AddAt(Kind::Label, "Label2", 120, 2700, 615, 240, "Error");
-    AddAt(Kind::Label, "LabelError", 750, 2700, 2770, 480);
+    AddAt(Kind::Label, "Label2", 120, 2850, 615, 240, "Error");
+    AddAt(Kind::Label, "LabelError", 750, 2850, 2770, 480);
 
     read.Click = [this] { RaiseRequest(kReasonRead); };
     write.Click = [this] { RaiseRequest(kReasonWrite); };
