@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 #include <functional>
 #include <string>
 #include <tuple>
@@ -115,9 +115,9 @@ TEST_F(IOLinkCommTest, MegabyteAnswersParseInLinearTime) {
     std::string answer = "OK:32767";
     while (answer.size() < (4u << 20)) answer += " 255";
     dtm.Queue("IOL::Read Index=16 SubIndex=0", answer);
-    const auto start = std::chrono::steady_clock::now();
+    const std::clock_t start = std::clock();  // CPU time: a busy machine does not count
     EXPECT_EQ(IolRead(dtm, 16, 0, io), 0);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    EXPECT_LT(std::clock() - start, 3 * CLOCKS_PER_SEC);
     EXPECT_EQ(io.size(), 32767u);
     EXPECT_EQ(io.back(), 255);
 }
