@@ -4,11 +4,11 @@
 # the figures. Any crash, sanitizer report, leak, hang (over 1 s for one input) or failed soak
 # check fails the run; the input that did it is kept in build/fuzz/artifacts/.
 #
-#   scripts/fuzz.sh                 # what ./test runs: 25 s per target, a 100,000 ms soak
+#   scripts/fuzz.sh                 # what ./test runs: 20 s per target, a 100,000 ms soak
 #   scripts/fuzz.sh 600 10000000 4  # the long campaign: 10 min per target, four soaks of 10^7 ms
 set -euo pipefail
 cd "$(dirname "$0")/.."
-seconds=${1:-25}
+seconds=${1:-20}
 soak_ms=${2:-100000}
 soaks=${3:-1}
 jobs=$(nproc)
