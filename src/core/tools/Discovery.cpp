@@ -114,6 +114,7 @@ bool ListMasters(ui::Services& services, int16_t language, PortList& list, bool&
     for (const PortEntry& e : list)
         if (Contains(e.Text, NotFoundText(9)) || Contains(e.Text, NotFoundText(7))) changed = true;
     if (changed) list = found;
+    services.RenewInventory();
     return !found.empty();
 }
 

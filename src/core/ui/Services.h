@@ -54,6 +54,9 @@ class Services {
     virtual std::string ProgramDirectory() = 0;
     // The USB inventory; may raise VbError when the inventory cannot be read.
     virtual std::vector<InventoryRecord> UsbInventory() = 0;
+    // Lets go of an inventory kept between reads, so the next read fetches it anew; the full
+    // master listing does this at its end. Hosts that read afresh each time need nothing.
+    virtual void RenewInventory() {}
     // The clock that drives the control's timers.
     virtual Clock& GetClock() = 0;
 };

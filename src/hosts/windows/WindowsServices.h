@@ -33,6 +33,7 @@ class WindowsServices : public ui::Services {
     bool StartDocument(const std::string& application, const std::string& document) override;
     std::string ProgramDirectory() override;
     std::vector<ui::InventoryRecord> UsbInventory() override;
+    void RenewInventory() override { wmi_.Renew(); }
     ui::Clock& GetClock() override { return clock_; }
 
     // The window that owns dialogs and message boxes (none until the control has a window).
