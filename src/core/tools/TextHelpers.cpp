@@ -90,11 +90,46 @@ std::string GetOpenCommand(const std::string&) {
 
 #endif
 
+#ifdef _WIN32
+
+namespace {
+std::wstring WidePath(const std::string& utf8) {
+    const int n =
+        MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), nullptr, 0);
+    std::wstring wide(n > 0 ? n : 0, L'\0');
+    if (n > 0)
+        MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), wide.data(), n);
+    return wide;
+}
+}  // namespace
+
+bool FileCanOpen(const std::string& path) {
+    if (path.empty()) return false;
+    const HANDLE file =
+        CreateFileW(WidePath(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return false;
+    CloseHandle(file);
+    return true;
+}
+
+std::FILE* OpenFile(const std::string& path, const char* mode) {
+    return _wfopen(WidePath(path).c_str(), WidePath(mode).c_str());
+}
+
+#else
+
 bool FileCanOpen(const std::string& path) {
     std::error_code ec;
     if (path.empty() || std::filesystem::is_directory(path, ec)) return false;
     std::ifstream file(path, std::ios::binary);
     return file.is_open();
 }
+
+std::FILE* OpenFile(const std::string& path, const char* mode) {
+    return std::fopen(path.c_str(), mode);
+}
+
+#endif
 
 }  // namespace kestrova

@@ -2,6 +2,7 @@
 // and a check that a file can be opened.
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -22,7 +23,12 @@ std::string CutOpenCommand(std::string_view commandLine);
 // Lookup failures are ignored: the result is what was found, possibly empty.
 std::string GetOpenCommand(const std::string& extension);
 
-// Whether the file exists and can be opened for reading (a directory cannot).
+// Whether the file exists and can be opened for reading (a directory cannot). On Windows the
+// file API answers (a handle other than INVALID_HANDLE_VALUE, closed at once).
 bool FileCanOpen(const std::string& path);
+
+// fopen for a UTF-8 path; on Windows through the wide API, so any file name the user picks
+// opens, not only those of the ANSI code page.
+std::FILE* OpenFile(const std::string& path, const char* mode);
 
 }  // namespace kestrova

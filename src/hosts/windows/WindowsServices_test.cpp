@@ -11,6 +11,7 @@
 #include "Module.h"
 #include "Registration.h"
 #include "tools/Discovery.h"
+#include "tools/TextHelpers.h"
 #include "tools/Vb.h"
 
 using namespace kestrova;
@@ -87,6 +88,20 @@ TEST(WindowsServices, StartDocumentQuotesTheDocument) {
               R"("C:\A B\r.exe" "C:\x\Manual\ds 1.pdf")");
     WindowsServices services;
     EXPECT_FALSE(services.StartDocument(R"(C:\nowhere\missing.exe)", "x.pdf"));
+}
+
+TEST(WindowsServices, FilesOpenByAnyUnicodeName) {
+    const std::string dir = std::string(getenv("TEMP") ? getenv("TEMP") : ".");
+    const std::string path = dir + "\\J\xC3\xBCrgen \xE2\x82\xAC EventLog.txt";  // Jürgen € ...
+    DeleteFileW(Widen(path).c_str());
+    EXPECT_FALSE(FileCanOpen(path));
+    std::FILE* file = OpenFile(path, "wb");
+    ASSERT_NE(file, nullptr);
+    std::fputs("Number;Instance;Mode;EventCode;HexValues\r\n", file);
+    std::fclose(file);
+    EXPECT_TRUE(FileCanOpen(path));
+    EXPECT_FALSE(FileCanOpen(dir));  // a folder is no file
+    EXPECT_TRUE(DeleteFileW(Widen(path).c_str()));
 }
 
 // Points "winmgmts:" at the stand-in moniker beside the test program for one test, and back.

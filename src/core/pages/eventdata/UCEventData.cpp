@@ -11,6 +11,7 @@
 #include "link/EventCatalogue.h"
 #include "pages/common/PanelSupport.h"
 #include "tools/NumberFormats.h"
+#include "tools/TextHelpers.h"
 #include "tools/Vb.h"
 
 namespace kestrova {
@@ -199,7 +200,7 @@ std::string UCEventData::FileLine(const ClsEvent& event) const {
 
 bool UCEventData::SaveTo(const std::string& path) {
     std::string reason;
-    std::FILE* file = std::fopen(path.c_str(), "wb");  // an existing file is replaced
+    std::FILE* file = OpenFile(path, "wb");  // an existing file is replaced
     if (!file) {
         reason = std::strerror(errno);
     } else {
