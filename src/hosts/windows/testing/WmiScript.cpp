@@ -118,7 +118,7 @@ class Enumerator final : public Object<Enumerator, IEnumVARIANT> {
         return n == count ? S_OK : S_FALSE;
     }
     HRESULT STDMETHODCALLTYPE Skip(ULONG count) override {
-        at_ = std::min(records_.size(), at_ + count);
+        at_ = std::min<size_t>(records_.size(), at_ + count);
         return at_ < records_.size() ? S_OK : S_FALSE;
     }
     HRESULT STDMETHODCALLTYPE Reset() override {
