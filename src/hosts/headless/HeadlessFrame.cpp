@@ -13,6 +13,7 @@
 #include "sim/Simulator.h"
 #include "tools/Vb.h"
 #include "ui/Json.h"
+#include "ui/RenderSupport.h"
 
 namespace kestrova::headless {
 
@@ -99,18 +100,6 @@ std::string Describe(const std::exception& e) {
     if (const auto* vb = dynamic_cast<const VbError*>(&e))
         return "error " + std::to_string(vb->Number()) + ": " + vb->Description();
     return e.what();
-}
-
-// "UCGeneral1.CBComPorts", "IOLinkParam1.UCParameter1.Option1(3)"; the root is its own name.
-std::string PathOf(const ui::Control& control, const ui::Control& root) {
-    if (&control == &root) return root.Name();
-    std::string path;
-    for (const ui::Control* c = &control; c && c != &root; c = c->Parent()) {
-        std::string part = c->Name();
-        if (c->Index() >= 0) part += "(" + std::to_string(c->Index()) + ")";
-        path = path.empty() ? part : part + "." + path;
-    }
-    return path;
 }
 
 std::string Joined(const std::vector<std::string>& lines) {
@@ -356,7 +345,7 @@ void HeadlessFrame::Tick(int64_t ms) {
                 timer->FireTimer();
             } catch (const std::exception& e) {
                 if (++errors <= kMaxTickErrors)
-                    Fail("tick: timer " + PathOf(*timer, root) + " at " +
+                    Fail("tick: timer " + ui::ControlPath(*timer, root) + " at " +
                          std::to_string(clock.NowMs()) + " ms raised " + Describe(e));
             }
         }
@@ -445,8 +434,8 @@ void HeadlessFrame::CmdDump(std::string_view args) {
     NoMore(args, "dump [PATH]");
     ui::Control& root = RootOrFail();
     ui::Control& top = path.empty() ? root : Target(path);
-    Print(ui::ToJson(top, PathOf(top, root)));
-    top.ForEach([&](ui::Control& c) { Print(ui::ToJson(c, PathOf(c, root))); });
+    Print(ui::ToJson(top, ui::ControlPath(top, root)));
+    top.ForEach([&](ui::Control& c) { Print(ui::ToJson(c, ui::ControlPath(c, root))); });
 }
 
 std::string HeadlessFrame::BusinessControl(std::string_view line) {

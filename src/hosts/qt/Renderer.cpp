@@ -87,14 +87,6 @@ double LogicalDpi(const QScreen* screen) {
     return dpi > 0 ? dpi : 96.0;
 }
 
-int TwipsToPx(int32_t twips, double dpi) {
-    return static_cast<int>(std::lround(static_cast<double>(twips) * dpi / 1440.0));
-}
-
-int32_t PxToTwips(int px, double dpi) {
-    return static_cast<int32_t>(std::lround(static_cast<double>(px) * 1440.0 / dpi));
-}
-
 QPixmap LoadPicture(const std::string& name) {
     // Pictures are few and small; keep each once for the life of the program.
     static const bool registered = (InitImageResources(), true);
@@ -110,10 +102,6 @@ QPixmap LoadPicture(const std::string& name) {
 }
 
 namespace {
-
-bool IsDefaultFace(ui::Color c) {
-    return c == ui::syscolor::ButtonFace;
-}
 
 // Sets a role for the normal (active and inactive) states only, so a disabled control keeps
 // the style's greyed look.
@@ -135,28 +123,10 @@ std::string PlainToModel(const QString& text) {
     return s.toStdString();
 }
 
-// Stacking layer. Frames and shapes are backgrounds: controls placed over them as siblings
-// (not as their children) must stay visible. Lightweight controls come next, drawn below every
-// windowed one.
-int Layer(Kind kind) {
-    switch (kind) {
-        case Kind::Frame:
-            return 0;
-        case Kind::Shape:
-            return 1;
-        case Kind::Image:
-            return 2;
-        case Kind::Label:
-            return 3;
-        default:
-            return 4;
-    }
-}
-
 void SetItemColors(QTreeWidgetItem* item, int columns, const ui::TreeNode& node,
                    const QPalette& app) {
-    const bool ownBack = node.BackColor != ui::syscolor::Window;
-    const bool ownFore = node.ForeColor != ui::syscolor::WindowText;
+    const bool ownBack = ui::IsOwnBackColor(node.BackColor);
+    const bool ownFore = ui::IsOwnForeColor(node.ForeColor);
     for (int col = 0; col < columns; ++col) {
         item->setData(col, Qt::BackgroundRole,
                       ownBack ? QVariant(QBrush(ToQColor(node.BackColor, app))) : QVariant());
@@ -288,9 +258,7 @@ QWidget* Renderer::Create(Control& c, QWidget* parent) {
     widgets_[&c] = w;
     if (!w) return nullptr;
     byWidget_[w] = &c;
-    std::string name = c.Name();
-    if (c.Index() >= 0) name += "(" + std::to_string(c.Index()) + ")";
-    w->setObjectName(QString::fromStdString(name));
+    w->setObjectName(QString::fromStdString(ui::IndexedName(c)));
     ApplyAll(c);
     Connect(c, w);
     CreateChildren(c, w);
@@ -306,9 +274,9 @@ void Renderer::Restack(Control& container) {
     // Lower from the top layer down, each layer last-created first: the result is frames at the
     // bottom, then shapes, images, labels and the windowed controls, each in creation order.
     const auto& children = container.Children();
-    for (int layer = 3; layer >= 0; --layer)
+    for (int layer = ui::kWindowedLayer - 1; layer >= 0; --layer)
         for (auto it = children.rbegin(); it != children.rend(); ++it)
-            if (Layer((*it)->GetKind()) == layer)
+            if (ui::StackingLayer((*it)->GetKind()) == layer)
                 if (QWidget* w = WidgetFor(**it)) w->lower();
 }
 
@@ -474,14 +442,10 @@ void Renderer::ApplyGeometry(Control& c, QWidget* w) {
     int width = ToPx(c.Width());
     const int height = ToPx(c.Height());
     if (auto* label = qobject_cast<QLabel*>(w); label && c.GetKind() == Kind::Label) {
-        // A label one line high shows its caption on that line: when our font runs a little
-        // wider than the one the layout was made for, the text may pass the label's right
-        // edge (under any control there) rather than break onto a line nobody can see.
         const QFontMetrics fm(label->font());
-        const bool oneLine = height < 2 * fm.height();
-        label->setWordWrap(!oneLine);
-        if (oneLine && !label->text().contains(QChar('\n')))
-            width = std::max(width, fm.horizontalAdvance(label->text()) + 1);
+        label->setWordWrap(!ui::IsOneLineLabel(height, fm.height()));
+        width = ui::LabelWidth(width, height, fm.height(), fm.horizontalAdvance(label->text()),
+                               label->text().contains(QChar('\n')));
     }
     w->setGeometry(ToPx(c.Left()), ToPx(c.Top()), width, height);
     ApplyToolTip(c, w);
@@ -493,7 +457,7 @@ int DialogFontStretch(const QFont& base) {
     // narrowed to that average width (never widened).
     const QString letters = QStringLiteral("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz");
     QFont font = base;
-    font.setPointSizeF(8.25);
+    font.setPointSizeF(ui::kDefaultFontPoints);
     const double target = 5.6 * LogicalDpi() / 96.0;
     auto average = [&](int stretch) {
         font.setStretch(stretch);
@@ -512,7 +476,7 @@ void Renderer::ApplyFont(Control& c, QWidget* w) {
     QFont font = QApplication::font();
     if (fontStretch_ == 0) fontStretch_ = DialogFontStretch(font);
     font.setStretch(fontStretch_);
-    font.setPointSizeF(c.FontSize() > 0 ? c.FontSize() : 8.25);
+    font.setPointSizeF(ui::FontPoints(c));
     font.setBold(c.FontBold());
     if (w->font() == font) return;
     w->setFont(font);
@@ -537,10 +501,10 @@ void Renderer::ApplyColors(Control& c, QWidget* w) {
             // Drawn on the container unless the control has a colour of its own.
             SetNormal(pal, QPalette::WindowText, fore);
             pal.setColor(QPalette::Window, back);
-            w->setAutoFillBackground(!IsDefaultFace(c.BackColor()));
+            w->setAutoFillBackground(!ui::DrawsOnContainer(c));
             break;
         case Kind::CommandButton:
-            if (!IsDefaultFace(c.BackColor())) pal.setColor(QPalette::Button, back);
+            if (!ui::IsDefaultFace(c.BackColor())) pal.setColor(QPalette::Button, back);
             SetNormal(pal, QPalette::ButtonText, fore);
             break;
         case Kind::TextBox:
@@ -586,10 +550,9 @@ void Renderer::ApplyText(Control& c, QWidget* w) {
         case Kind::CheckBox: {
             auto* box = static_cast<QCheckBox*>(w);
             if (box->text() != caption) box->setText(caption);
-            const Qt::CheckState state = c.Value() == 1   ? Qt::Checked
-                                         : c.Value() == 2 ? Qt::PartiallyChecked
-                                                          : Qt::Unchecked;
-            box->setCheckState(state);
+            static constexpr Qt::CheckState kStates[] = {Qt::Unchecked, Qt::Checked,
+                                                         Qt::PartiallyChecked};
+            box->setCheckState(kStates[static_cast<int>(ui::CheckStateOf(c.Value()))]);
             break;
         }
         case Kind::OptionButton: {
@@ -657,7 +620,7 @@ void Renderer::ApplyNodes(Control& c, QWidget* w) {
         delete tree->takeTopLevelItem(tree->topLevelItemCount() - 1);
     while (tree->topLevelItemCount() < want) tree->addTopLevelItem(new QTreeWidgetItem);
     const QPalette app = QApplication::palette();
-    QTreeWidgetItem* selected = nullptr;
+    QTreeWidgetItem* const selected = tree->topLevelItem(ui::SelectedNode(c));
     for (int i = 0; i < want; ++i) {
         const ui::TreeNode& node = nodes[static_cast<size_t>(i)];
         QTreeWidgetItem* item = tree->topLevelItem(i);
@@ -665,7 +628,6 @@ void Renderer::ApplyNodes(Control& c, QWidget* w) {
         if (item->text(0) != text) item->setText(0, text);
         item->setData(0, Qt::UserRole, QString::fromStdString(node.Key));
         SetItemColors(item, 1, node, app);
-        if (!c.SelectedKey().empty() && node.Key == c.SelectedKey()) selected = item;
     }
     if (tree->currentItem() != selected) tree->setCurrentItem(selected);
     if (!selected) tree->clearSelection();
@@ -708,7 +670,7 @@ void Renderer::ApplyRows(Control& c, QWidget* w) {
             if (!item->text(col).isEmpty()) item->setText(col, QString());
         const ui::Color back = c.RowBackColor(static_cast<size_t>(i));
         const QVariant brush =
-            back == ui::syscolor::Window ? QVariant() : QVariant(QBrush(ToQColor(back, app)));
+            ui::IsOwnBackColor(back) ? QVariant(QBrush(ToQColor(back, app))) : QVariant();
         for (int col = 0; col < list->columnCount(); ++col)
             if (item->data(col, Qt::BackgroundRole) != brush)
                 item->setData(col, Qt::BackgroundRole, brush);
@@ -737,10 +699,8 @@ void Renderer::OnModelChange(Control& c, Prop prop) {
 void Renderer::Forward(const char* what, const std::function<void()>& action) {
     try {
         action();
-    } catch (const std::exception& e) {
-        if (OnError) OnError(std::string(what) + ": " + e.what());
     } catch (...) {
-        if (OnError) OnError(std::string(what) + ": unknown failure");
+        if (OnError) OnError(std::string(what) + ": " + ui::FailureText(std::current_exception()));
     }
 }
 

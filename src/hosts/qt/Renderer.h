@@ -16,6 +16,7 @@
 #include <unordered_map>
 
 #include "ui/Control.h"
+#include "ui/RenderSupport.h"
 
 class QWidget;
 class QPalette;
@@ -40,9 +41,8 @@ int DialogFontStretch(const QFont& font);
 
 // The logical DPI of the screen (the primary one when null); 96 when it cannot be told.
 double LogicalDpi(const QScreen* screen = nullptr);
-// Twips (1/1440 inch) and pixels at a DPI, rounded.
-int TwipsToPx(int32_t twips, double dpi);
-int32_t PxToTwips(int px, double dpi);
+using ui::PxToTwips;
+using ui::TwipsToPx;
 
 // The image resource of a Picture name (":/images/<name>.png"); a null pixmap when there is none.
 QPixmap LoadPicture(const std::string& name);

@@ -1,7 +1,6 @@
 #include "Renderer.h"
 
 #include <algorithm>
-#include <climits>
 #include <cmath>
 #include <cstdlib>
 #include <stdexcept>
@@ -36,29 +35,8 @@ void SetText(HWND window, std::string_view text) {
     if (WindowText(window) != wide) SetWindowTextW(window, wide.c_str());
 }
 
-bool IsDefaultFace(ui::Color c) {
-    return c == ui::syscolor::ButtonFace;
-}
-
 bool IsContainer(Kind kind) {
     return kind == Kind::UserControl || kind == Kind::Frame;
-}
-
-// Stacking layer. Frames and shapes are backgrounds: controls placed over them as siblings
-// must stay visible. Lightweight controls come next, below every windowed one.
-int Layer(Kind kind) {
-    switch (kind) {
-        case Kind::Frame:
-            return 0;
-        case Kind::Shape:
-            return 1;
-        case Kind::Image:
-            return 2;
-        case Kind::Label:
-            return 3;
-        default:
-            return 4;
-    }
 }
 
 struct WindowSpec {
@@ -145,35 +123,11 @@ COLORREF ToColorRef(ui::Color color) {
     return color & 0x00FFFFFFu;
 }
 
-int TwipsToPx(int32_t twips, double dpi) {
-    const double px = std::round(static_cast<double>(twips) * dpi / 1440.0);
-    return static_cast<int>(
-        std::clamp(px, static_cast<double>(INT_MIN), static_cast<double>(INT_MAX)));
-}
-
-int32_t PxToTwips(int px, double dpi) {
-    if (dpi <= 0) return 0;
-    const double twips = std::round(static_cast<double>(px) * 1440.0 / dpi);
-    return static_cast<int32_t>(
-        std::clamp(twips, static_cast<double>(INT32_MIN), static_cast<double>(INT32_MAX)));
-}
-
 double ScreenDpi() {
     HDC screen = GetDC(nullptr);
     const int dpi = screen ? GetDeviceCaps(screen, LOGPIXELSX) : 0;
     if (screen) ReleaseDC(nullptr, screen);
     return dpi > 0 ? dpi : 96.0;
-}
-
-std::string ControlPath(const Control& control, const Control& root) {
-    if (&control == &root) return root.Name();
-    std::string path;
-    for (const Control* c = &control; c && c != &root; c = c->Parent()) {
-        std::string part = c->Name();
-        if (c->Index() >= 0) part += "(" + std::to_string(c->Index()) + ")";
-        path = path.empty() ? part : part + "." + path;
-    }
-    return path;
 }
 
 std::string WindowControlPath(HWND window) {
@@ -236,15 +190,9 @@ struct Renderer::Fonts {
 Renderer::Renderer(Control& root, HWND parent, double dpi)
     : root_(root), dpi_(dpi > 0 ? dpi : ScreenDpi()), fonts_(std::make_unique<Fonts>()) {
     OnError = [](const char* what, std::exception_ptr error) {
-        std::string message = std::string("kestrova: ") + what + ": ";
-        try {
-            std::rethrow_exception(error);
-        } catch (const std::exception& e) {
-            message += e.what();
-        } catch (...) {
-            message += "unknown failure";
-        }
-        OutputDebugStringW(Widen(message + "\n").c_str());
+        const std::string message =
+            std::string("kestrova: ") + what + ": " + ui::FailureText(error) + "\n";
+        OutputDebugStringW(Widen(message).c_str());
     };
     RegisterClasses();
     GetObjectW(GetStockObject(DEFAULT_GUI_FONT), sizeof(fonts_->base), &fonts_->base);
@@ -327,9 +275,9 @@ void Renderer::CreateChildren(Control& c, HWND w) {
         if (!windows_.count(child.get())) Create(*child, w);
     // Backgrounds at the bottom: windows placed at the bottom one after another end up in
     // reverse order, so the foreground layer goes first.
-    for (int layer = 4; layer >= 0; --layer)
+    for (int layer = ui::kWindowedLayer; layer >= 0; --layer)
         for (const auto& child : c.Children())
-            if (Layer(child->GetKind()) == layer)
+            if (ui::StackingLayer(child->GetKind()) == layer)
                 if (HWND cw = WindowFor(*child))
                     SetWindowPos(cw, HWND_BOTTOM, 0, 0, 0, 0,
                                  SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
@@ -443,9 +391,6 @@ void Renderer::ApplyGeometry(Control& c, HWND w) {
     // A drop-down list's window reaches down over its open list.
     if (c.GetKind() == Kind::ComboBox) height = std::max(height, 20) * 9;
     if (c.GetKind() == Kind::Label) {
-        // A label one line high shows its caption on that line: when the font runs a little
-        // wider than the one the layout was made for, the text may pass the label's right
-        // edge rather than break onto a line nobody can see.
         HDC dc = GetDC(w);
         HGDIOBJ old = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(w, WM_GETFONT, 0, 0)));
         TEXTMETRICW metrics{};
@@ -455,11 +400,11 @@ void Renderer::ApplyGeometry(Control& c, HWND w) {
         GetTextExtentPoint32W(dc, text.c_str(), static_cast<int>(text.size()), &extent);
         SelectObject(dc, old);
         ReleaseDC(w, dc);
-        const bool oneLine =
-            height < 2 * metrics.tmHeight && text.find(L'\n') == std::wstring::npos;
+        const bool hasBreak = text.find(L'\n') != std::wstring::npos;
+        const bool oneLine = ui::IsOneLineLabel(height, metrics.tmHeight) && !hasBreak;
         LONG_PTR style = GetWindowLongPtrW(w, GWL_STYLE) & ~static_cast<LONG_PTR>(SS_TYPEMASK);
         SetWindowLongPtrW(w, GWL_STYLE, style | (oneLine ? SS_LEFTNOWORDWRAP : SS_LEFT));
-        if (oneLine) width = std::max<int>(width, extent.cx + 1);
+        width = ui::LabelWidth(width, height, metrics.tmHeight, extent.cx, hasBreak);
     }
     SetWindowPos(w, nullptr, left, top, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
     auto box = groupBoxes_.find(&c);
@@ -470,7 +415,7 @@ void Renderer::ApplyGeometry(Control& c, HWND w) {
 }
 
 void Renderer::ApplyFont(Control& c, HWND w) {
-    HFONT font = fonts_->Get(c.FontSize() > 0 ? c.FontSize() : 8.25, c.FontBold(), dpi_);
+    HFONT font = fonts_->Get(ui::FontPoints(c), c.FontBold(), dpi_);
     SendMessageW(w, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
     if (c.GetKind() == Kind::Label) ApplyGeometry(c, w);
     auto box = groupBoxes_.find(&c);
@@ -489,11 +434,8 @@ void Renderer::ApplyText(Control& c, HWND w) {
             break;
         case Kind::CheckBox:
             SetText(w, c.Caption());
-            SendMessageW(w, BM_SETCHECK,
-                         c.Value() == 1   ? BST_CHECKED
-                         : c.Value() == 2 ? BST_INDETERMINATE
-                                          : BST_UNCHECKED,
-                         0);
+            static constexpr WPARAM kStates[] = {BST_UNCHECKED, BST_CHECKED, BST_INDETERMINATE};
+            SendMessageW(w, BM_SETCHECK, kStates[static_cast<int>(ui::CheckStateOf(c.Value()))], 0);
             break;
         case Kind::OptionButton:
             SetText(w, c.Caption());
@@ -569,7 +511,6 @@ void Renderer::ApplyNodes(Control& c, HWND w) {
                 SendMessageW(w, TVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&insert))));
         }
     }
-    HTREEITEM selected = nullptr;
     for (size_t i = 0; i < nodes.size(); ++i) {
         wchar_t buffer[260] = {};
         TVITEMW item{};
@@ -583,8 +524,9 @@ void Renderer::ApplyNodes(Control& c, HWND w) {
             item.pszText = text.data();
             SendMessageW(w, TVM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item));
         }
-        if (!c.SelectedKey().empty() && nodes[i].Key == c.SelectedKey()) selected = items[i];
     }
+    const int chosen = ui::SelectedNode(c);
+    HTREEITEM selected = chosen < 0 ? nullptr : items[static_cast<size_t>(chosen)];
     SendMessageW(w, TVM_SELECTITEM, TVGN_CARET, reinterpret_cast<LPARAM>(selected));
     InvalidateRect(w, nullptr, TRUE);  // node colours are drawn on request
 }
@@ -807,10 +749,7 @@ LRESULT Renderer::OnColor(HWND child, HDC dc) {
     }
     ui::Color back = c->BackColor();
     // Labels, check boxes and options without a colour of their own sit on their container's.
-    if (IsDefaultFace(back) && c->Parent() &&
-        (c->GetKind() == Kind::Label || c->GetKind() == Kind::CheckBox ||
-         c->GetKind() == Kind::OptionButton))
-        back = c->Parent()->BackColor();
+    if (ui::DrawsOnContainer(*c) && c->Parent()) back = c->Parent()->BackColor();
     const COLORREF color = ToColorRef(back);
     SetTextColor(dc, ToColorRef(c->Enabled() ? c->ForeColor() : ui::syscolor::GrayText));
     SetBkColor(dc, color);
@@ -912,8 +851,7 @@ LRESULT Renderer::OnNotify(NMHDR* header) {
             const ui::TreeNode& node = c.Nodes()[index];
             // A node's own colours win over the selection highlight: the pages mark the
             // chosen page that way.
-            if (node.BackColor != ui::syscolor::Window ||
-                node.ForeColor != ui::syscolor::WindowText) {
+            if (ui::HasOwnColors(node)) {
                 draw->nmcd.uItemState &= ~static_cast<UINT>(CDIS_SELECTED | CDIS_FOCUS);
                 draw->clrTextBk = ToColorRef(node.BackColor);
                 draw->clrText = ToColorRef(node.ForeColor);

@@ -21,22 +21,19 @@
 #include <vector>
 
 #include "ui/Control.h"
+#include "ui/RenderSupport.h"
 
 namespace kestrova::win {
 
 // A model colour as a COLORREF: system colours (0x80000000 + index) from GetSysColor.
 COLORREF ToColorRef(ui::Color color);
 
-// Twips (1/1440 inch) and pixels at a DPI, rounded; values beyond the int range are clamped.
-int TwipsToPx(int32_t twips, double dpi);
-int32_t PxToTwips(int px, double dpi);
+using ui::ControlPath;
+using ui::PxToTwips;
+using ui::TwipsToPx;
 
 // The logical DPI of the screen; 96 when it cannot be told.
 double ScreenDpi();
-
-// A control's path below root as scripts name it: "UCGeneral1.CBComPorts",
-// "IOLinkParam1.UCParameter1.Option1(3)"; the root is its own name.
-std::string ControlPath(const ui::Control& control, const ui::Control& root);
 
 // The window rendering the control at path (case-insensitive) below top, found through the
 // window property every rendered window carries; null when there is none.
