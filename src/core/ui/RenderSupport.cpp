@@ -21,6 +21,75 @@ int StackingLayer(Kind kind) {
     }
 }
 
+Aspect AspectOf(Prop prop) {
+    switch (prop) {
+        case Prop::Left:
+        case Prop::Top:
+        case Prop::Width:
+        case Prop::Height:
+            return Aspect::Geometry;
+        case Prop::Visible:
+            return Aspect::Visible;
+        case Prop::Enabled:
+            return Aspect::Enabled;
+        case Prop::Locked:
+            return Aspect::Locked;
+        case Prop::BackColor:
+        case Prop::ForeColor:
+        case Prop::FillColor:
+            return Aspect::Colors;
+        case Prop::Shape:
+            return Aspect::Shape;
+        case Prop::ToolTipText:
+            return Aspect::ToolTip;
+        case Prop::FontBold:
+        case Prop::FontSize:
+            return Aspect::Font;
+        case Prop::Caption:
+        case Prop::Text:
+        case Prop::Value:
+        case Prop::Picture:
+            return Aspect::Content;
+        case Prop::List:
+        case Prop::ListIndex:
+            return Aspect::List;
+        case Prop::Nodes:
+            return Aspect::Nodes;
+        case Prop::ColumnHeaders:
+            return Aspect::Columns;
+        case Prop::ListItems:
+            return Aspect::Rows;
+        case Prop::Panels:
+            return Aspect::Panels;
+        case Prop::Interval:
+        case Prop::MultiLine:
+            break;
+    }
+    return Aspect::None;
+}
+
+bool Shows(Kind kind, Aspect aspect) {
+    switch (aspect) {
+        case Aspect::None:
+            return false;
+        case Aspect::Locked:
+            return kind == Kind::TextBox;
+        case Aspect::Shape:
+            return kind == Kind::Shape;
+        case Aspect::List:
+            return kind == Kind::ComboBox;
+        case Aspect::Nodes:
+            return kind == Kind::TreeView;
+        case Aspect::Columns:
+        case Aspect::Rows:
+            return kind == Kind::ListView;
+        case Aspect::Panels:
+            return kind == Kind::StatusBar;
+        default:
+            return true;
+    }
+}
+
 bool IsDefaultFace(Color color) {
     return color == syscolor::ButtonFace;
 }

@@ -17,6 +17,31 @@ namespace kestrova::ui {
 inline constexpr int kWindowedLayer = 4;
 int StackingLayer(Kind kind);
 
+// The groups of properties a renderer applies together: a change of any one of them redraws
+// its whole group (the box, the colours, the shown text and value, ...).
+enum class Aspect {
+    None,  // nothing to draw (a timer's interval; a text box's line mode changes its window)
+    Geometry,
+    Visible,
+    Enabled,
+    Locked,
+    Colors,
+    Shape,
+    ToolTip,
+    Font,
+    Content,  // caption, text, value and picture
+    List,
+    Nodes,
+    Columns,
+    Rows,
+    Panels,
+};
+Aspect AspectOf(Prop prop);
+// Whether a kind shows an aspect at all: only combo boxes have a list, only tree views nodes,
+// only list views columns and rows, only status bars panels, only text boxes lock, only shapes
+// a shape.
+bool Shows(Kind kind, Aspect aspect);
+
 // A control's colour left at the button face: it has none of its own.
 bool IsDefaultFace(Color color);
 // Labels, check boxes and options without a colour of their own are drawn on their container.

@@ -59,6 +59,31 @@ TEST(RenderSupport, OneLineLabelsWidenToTheirText) {
             << c.width << "x" << c.height << " line " << c.lineHeight << " text " << c.textWidth;
 }
 
+TEST(RenderSupport, EveryDrawnPropertyBelongsToAnAspectItsKindsShow) {
+    // Every property but a timer's interval and a text box's line mode is drawn by some kind.
+    for (int i = 0; i <= static_cast<int>(Prop::Panels); ++i) {
+        const auto prop = static_cast<Prop>(i);
+        const bool drawn = prop != Prop::Interval && prop != Prop::MultiLine;
+        EXPECT_EQ(AspectOf(prop) != Aspect::None, drawn) << PropName(prop);
+    }
+    const struct {
+        Prop prop;
+        Kind shownBy, notBy;
+    } cases[] = {
+        {Prop::ListIndex, Kind::ComboBox, Kind::ListView},
+        {Prop::Nodes, Kind::TreeView, Kind::ListView},
+        {Prop::ListItems, Kind::ListView, Kind::TreeView},
+        {Prop::ColumnHeaders, Kind::ListView, Kind::ComboBox},
+        {Prop::Panels, Kind::StatusBar, Kind::UserControl},
+        {Prop::Locked, Kind::TextBox, Kind::ComboBox},
+        {Prop::Shape, Kind::Shape, Kind::Image},
+    };
+    for (const auto& c : cases) {
+        EXPECT_TRUE(Shows(c.shownBy, AspectOf(c.prop))) << PropName(c.prop);
+        EXPECT_FALSE(Shows(c.notBy, AspectOf(c.prop))) << PropName(c.prop);
+    }
+}
+
 TEST(RenderSupport, BackgroundsStackBelowLabelsBelowWindowedControls) {
     const Kind order[] = {Kind::Frame, Kind::Shape, Kind::Image, Kind::Label};
     for (size_t i = 1; i < std::size(order); ++i)

@@ -335,62 +335,53 @@ void Renderer::Apply(Control& c, Prop prop) {
         if (c.GetKind() == Kind::TextBox && multi != c.MultiLine()) Recreate(c);
         return;
     }
+    const ui::Aspect aspect = ui::AspectOf(prop);
+    if (!ui::Shows(c.GetKind(), aspect)) return;
     ++applying_;
     const QSignalBlocker block(w);
-    switch (prop) {
-        case Prop::Left:
-        case Prop::Top:
-        case Prop::Width:
-        case Prop::Height:
+    switch (aspect) {
+        case ui::Aspect::Geometry:
             ApplyGeometry(c, w);
             break;
-        case Prop::Visible:
+        case ui::Aspect::Visible:
             // A top-level root is shown by whoever owns it.
             if (w->parentWidget() || !c.Visible()) w->setVisible(c.Visible());
             break;
-        case Prop::Enabled:
+        case ui::Aspect::Enabled:
             w->setEnabled(c.Enabled());
             break;
-        case Prop::Locked:
+        case ui::Aspect::Locked:
             if (auto* line = qobject_cast<QLineEdit*>(w)) line->setReadOnly(c.Locked());
             if (auto* plain = qobject_cast<QPlainTextEdit*>(w)) plain->setReadOnly(c.Locked());
             break;
-        case Prop::BackColor:
-        case Prop::ForeColor:
-        case Prop::FillColor:
+        case ui::Aspect::Colors:
             ApplyColors(c, w);
             break;
-        case Prop::ToolTipText:
-            ApplyToolTip(c, w);
-            break;
-        case Prop::FontBold:
-        case Prop::FontSize:
-            ApplyFont(c, w);
-            break;
-        case Prop::Caption:
-        case Prop::Text:
-        case Prop::Value:
-        case Prop::Picture:
-            ApplyText(c, w);
-            break;
-        case Prop::List:
-        case Prop::ListIndex:
-            ApplyList(c, w);
-            break;
-        case Prop::Shape:
+        case ui::Aspect::Shape:
             if (auto* shape = dynamic_cast<ShapeWidget*>(w)) shape->SetShape(c.ShapeKind());
             break;
-        // Tree and list views are both tree widgets; each takes only its own properties.
-        case Prop::Nodes:
-            if (c.GetKind() == Kind::TreeView) ApplyNodes(c, w);
+        case ui::Aspect::ToolTip:
+            ApplyToolTip(c, w);
             break;
-        case Prop::ColumnHeaders:
-            if (c.GetKind() == Kind::ListView) ApplyColumns(c, w);
+        case ui::Aspect::Font:
+            ApplyFont(c, w);
             break;
-        case Prop::ListItems:
-            if (c.GetKind() == Kind::ListView) ApplyRows(c, w);
+        case ui::Aspect::Content:
+            ApplyText(c, w);
             break;
-        case Prop::Panels:
+        case ui::Aspect::List:
+            ApplyList(c, w);
+            break;
+        case ui::Aspect::Nodes:
+            ApplyNodes(c, w);
+            break;
+        case ui::Aspect::Columns:
+            ApplyColumns(c, w);
+            break;
+        case ui::Aspect::Rows:
+            ApplyRows(c, w);
+            break;
+        case ui::Aspect::Panels:
             if (auto* bar = dynamic_cast<StatusBarWidget*>(w)) {
                 std::vector<StatusBarWidget::PanelView> views;
                 for (const ui::Panel& p : c.Panels())
@@ -398,8 +389,7 @@ void Renderer::Apply(Control& c, Prop prop) {
                 bar->SetPanels(views);
             }
             break;
-        case Prop::Interval:
-        case Prop::MultiLine:
+        case ui::Aspect::None:
             break;
     }
     --applying_;

@@ -312,31 +312,27 @@ void Renderer::ApplyAll(Control& c) {
 void Renderer::Apply(Control& c, Prop prop) {
     HWND w = WindowFor(c);
     if (!w) return;
+    const ui::Aspect aspect = ui::AspectOf(prop);
+    if (!ui::Shows(c.GetKind(), aspect)) return;
     ++applying_;
-    switch (prop) {
-        case Prop::Left:
-        case Prop::Top:
-        case Prop::Width:
-        case Prop::Height:
+    switch (aspect) {
+        case ui::Aspect::Geometry:
             ApplyGeometry(c, w);
             break;
-        case Prop::Visible:
+        case ui::Aspect::Visible:
             ShowWindow(w, c.Visible() ? SW_SHOWNA : SW_HIDE);
             break;
-        case Prop::Enabled:
+        case ui::Aspect::Enabled:
             EnableWindow(w, c.Enabled());
             break;
-        case Prop::Locked:
-            if (c.GetKind() == Kind::TextBox) SendMessageW(w, EM_SETREADONLY, c.Locked(), 0);
+        case ui::Aspect::Locked:
+            SendMessageW(w, EM_SETREADONLY, c.Locked(), 0);
             break;
-        case Prop::FontBold:
-        case Prop::FontSize:
+        case ui::Aspect::Font:
             ApplyFont(c, w);
             break;
-        case Prop::BackColor:
-        case Prop::ForeColor:
-        case Prop::FillColor:
-        case Prop::Shape:
+        case ui::Aspect::Colors:
+        case ui::Aspect::Shape:
             if (c.GetKind() == Kind::TreeView) {
                 SendMessageW(w, TVM_SETBKCOLOR, 0, static_cast<LPARAM>(ToColorRef(c.BackColor())));
                 SendMessageW(w, TVM_SETTEXTCOLOR, 0,
@@ -350,33 +346,28 @@ void Renderer::Apply(Control& c, Prop prop) {
             }
             InvalidateRect(w, nullptr, TRUE);
             break;
-        case Prop::Caption:
-        case Prop::Text:
-        case Prop::Value:
-        case Prop::Picture:
+        case ui::Aspect::Content:
             ApplyText(c, w);
             break;
-        case Prop::List:
-        case Prop::ListIndex:
+        case ui::Aspect::List:
             ApplyList(c, w);
             break;
-        case Prop::Nodes:
+        case ui::Aspect::Nodes:
             ApplyNodes(c, w);
             break;
-        case Prop::ColumnHeaders:
+        case ui::Aspect::Columns:
             ApplyColumns(c, w);
             break;
-        case Prop::ListItems:
+        case ui::Aspect::Rows:
             ApplyRows(c, w);
             break;
-        case Prop::Panels:
+        case ui::Aspect::Panels:
             ApplyPanels(c, w);
             break;
-        case Prop::ToolTipText:
+        case ui::Aspect::ToolTip:
             ApplyToolTip(c, w);
             break;
-        case Prop::Interval:
-        case Prop::MultiLine:
+        case ui::Aspect::None:
             break;
     }
     --applying_;
@@ -532,7 +523,6 @@ void Renderer::ApplyNodes(Control& c, HWND w) {
 }
 
 void Renderer::ApplyColumns(Control& c, HWND w) {
-    if (c.GetKind() != Kind::ListView) return;
     HWND header = reinterpret_cast<HWND>(SendMessageW(w, LVM_GETHEADER, 0, 0));
     const auto& columns = c.ColumnHeaders();
     auto have = static_cast<size_t>(
@@ -550,7 +540,6 @@ void Renderer::ApplyColumns(Control& c, HWND w) {
 }
 
 void Renderer::ApplyRows(Control& c, HWND w) {
-    if (c.GetKind() != Kind::ListView) return;
     const auto& rows = c.ListItems();
     auto& shown = shownRows_[&c];
     while (shown.size() > rows.size()) {
