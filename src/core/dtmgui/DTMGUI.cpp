@@ -178,7 +178,7 @@ DTMGUI::DTMGUI(ui::Services& services)
     d.close->Click = [this] { CloseClicked(); };
 
     d.status = &AddControl(ui::Kind::StatusBar, "StatusBar1");
-    d.status->Move(0, 0, 10500, kStatusHeight);
+    d.status->Move(0, 0, kDesignWidth, kStatusHeight);
     d.status->AddPanel("", 2400);
     d.status->AddPanel("Device", 7000);
     d.status->SetPanelPicture(1, kStateIcons[1]);
@@ -193,7 +193,7 @@ DTMGUI::DTMGUI(ui::Services& services)
         page.Activity = [](bool) {};
     }
 
-    Move(0, 0, 10500, 7500);
+    Move(0, 0, kDesignWidth, kDesignHeight);
 }
 
 DTMGUI::~DTMGUI() {

@@ -35,6 +35,10 @@ class DTMGUI : public ui::UserControl {
     // Daten", "Device Info"), any case; empty when nothing matches.
     static std::string NodeKeyFor(std::string_view keyOrText);
 
+    // Size of the control when it is made: tall enough for the data pages' multi-line fields
+    // and a few rows of events; in twips.
+    static constexpr int32_t kDesignWidth = 10500;
+    static constexpr int32_t kDesignHeight = 8100;
     // Smallest size of the control, in twips.
     static constexpr int32_t kMinWidth = 7500;
     static constexpr int32_t kMinHeight = 4500;

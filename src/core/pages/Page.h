@@ -16,7 +16,7 @@ class Page : public ui::UserControl {
   public:
     // Design-time size of every page: the inside of the page frame at the control's first size.
     static constexpr int32_t kWidth = 7825;
-    static constexpr int32_t kHeight = 5535;
+    static constexpr int32_t kHeight = 6135;
 
     Page(ui::Services& services, std::string name) : ui::UserControl(std::move(name)) {
         SetClock(&services.GetClock());

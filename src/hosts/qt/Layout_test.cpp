@@ -64,8 +64,14 @@ int CaptionExtra(const Control& c, const QWidget& w) {
     }
 }
 
-// Faults of one shown control tree: captions wider (or, wrapped, higher) than their box, one-line
-// fields that cut their text, and overlapping siblings.
+// Rows of a list in view below its heading, at the height one row takes.
+int RowsInView(const QTreeWidget& list) {
+    const int row = QFontMetrics(list.font()).height() + 4;
+    return list.viewport()->height() / row;
+}
+
+// Faults of one shown control tree: captions wider (or, wrapped, higher) than their box, fields
+// that cut their text (one line too narrow, several lines scrolling), and overlapping siblings.
 std::vector<std::string> LayoutFaults(Control& root, const Renderer& r) {
     std::vector<std::string> faults;
     auto shown = [&](const Control& c) {
@@ -82,6 +88,12 @@ std::vector<std::string> LayoutFaults(Control& root, const Renderer& r) {
                 faults.push_back(PathOf(c) + " shows '" + line->text().toStdString() +
                                  "' cut: needs " + std::to_string(need) + " px of " +
                                  std::to_string(r.ToPx(c.Width())));
+            return;
+        }
+        if (auto* plain = qobject_cast<QPlainTextEdit*>(w)) {
+            if (!plain->toPlainText().isEmpty() && plain->verticalScrollBar()->maximum() > 0)
+                faults.push_back(PathOf(c) + " shows '" + plain->toPlainText().toStdString() +
+                                 "' cut: it scrolls");
             return;
         }
         const bool isLabel = c.GetKind() == Kind::Label;
@@ -159,9 +171,31 @@ void CheckAllPages(const Scenario& s, std::vector<std::string>& faults) {
         for (const std::string& f : LayoutFaults(*dtm, *window.GetRenderer()))
             faults.push_back(std::string(s.what) + ", " + where + ": " + f);
     };
-    for (const char* key : {"K1", "K2", "K3", "K4", "K5"}) {
+    // Pages and their event lists (none on the others).
+    const std::pair<const char*, const char*> pages[] = {
+        {"K1", nullptr},
+        {"K2", nullptr},
+        {"K3", "IOLinkData1.UCEventData1.ListView1"},
+        {"K4", "IOLinkParam1.UCEventData1.ListView1"},
+        {"K5", nullptr}};
+    for (const auto& [key, list] : pages) {
         ASSERT_TRUE(window.OpenPage(key)) << key;
         check(key);
+        // The page's own panel leaves the event list a few rows at the design size.
+        Control* events = list ? dtm->Resolve(list) : nullptr;
+        if (!events) continue;
+        auto* view = qobject_cast<QTreeWidget*>(window.GetRenderer()->WidgetFor(*events));
+        if (!view || RowsInView(*view) < 4)
+            faults.push_back(std::string(s.what) + ", " + key + ": the event list shows " +
+                             std::to_string(view ? RowsInView(*view) : 0) + " rows");
+    }
+    // The device's process data in every display form.
+    ASSERT_TRUE(window.OpenPage("K3"));
+    for (int form : {2, 1, 0}) {
+        if (Control* option = dtm->Resolve("IOLinkData1.UCProcessData1.OptionAnzeige(" +
+                                           std::to_string(form) + ")"))
+            option->UserClick();
+        check("K3 in form " + std::to_string(form));
     }
     // A parameter the device does not have: the longest texts the error line shows.
     if (Control* index = dtm->Resolve("IOLinkParam1.UCParameter1.TextRdIndex")) {
@@ -181,6 +215,9 @@ void CheckAllPages(const Scenario& s, std::vector<std::string>& faults) {
         if (device && (!shown || data->Text().empty() || shown->verticalScrollBar()->maximum() > 0))
             faults.push_back(std::string(s.what) + ": the read data '" + data->Text() +
                              "' does not show whole");
+        // The same bytes typed for writing show whole too.
+        dtm->Resolve("IOLinkParam1.UCParameter1.TextWr")->UserType(data->Text());
+        check("K4 with the vendor name to write");
         index->UserType("99");
         // A master that does not answer: the longest error line.
         window.SimulatorControl("throw IOL::Read");
@@ -198,12 +235,15 @@ TEST(LayoutFit, EveryPageInBothLanguagesFitsItsCaptions) {
     noDevice.profile = "none";  // the communication panel asks for communication
     AppOptions noMaster;
     noMaster.master = "none";
+    AppOptions outputs;
+    outputs.profile = "actuator";  // process data both ways
     const Scenario scenarios[] = {
         {"English", connected, kLocaleEnglish},
         {"German", connected, kLocaleGerman},
         {"English, no device", noDevice, kLocaleEnglish},
         {"German, no device", noDevice, kLocaleGerman},
         {"German, no master", noMaster, kLocaleGerman},
+        {"English, a device with outputs", outputs, kLocaleEnglish},
     };
     std::vector<std::string> faults;
     for (const Scenario& s : scenarios) CheckAllPages(s, faults);

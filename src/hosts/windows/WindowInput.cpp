@@ -94,7 +94,10 @@ void WindowInput::Type(ui::Control& c, const std::string& text) {
     HWND window = Window(c);
     SetFocus(window);
     const std::wstring wide = Widen(text);
-    SendMessageW(window, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(wide.c_str()));
+    // The whole text replaced as a paste over everything does it: WM_SETTEXT would tell a
+    // multi-line edit's parent nothing.
+    SendMessageW(window, EM_SETSEL, 0, -1);
+    SendMessageW(window, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(wide.c_str()));
     RaiseKept();
 }
 

@@ -21,7 +21,7 @@ PollingPage::PollingPage(ui::Services& services, std::string name, const LabelTe
     // The page's own panel sits at the top left, the communication panel beside it and the
     // event list along the bottom.
     communication_.Move(3880, 420, communication_.Width(), communication_.Height());
-    PlaceEvents(3090);
+    PlaceEvents(420 + communication_.Height() + 75);  // the page moves it below its own panel
     timer_.SetEnabled(false);
     timer_.SetInterval(kInterval);
 
@@ -38,11 +38,12 @@ void PollingPage::PlaceEvents(int32_t top) {
 }
 
 void PollingPage::OnResize() {
-    // Only the event list grows with the page; everything else keeps its design-time place.
+    // Only the event list follows the page: it grows with it, and a frame that gives less than
+    // the design size takes its room from the list down to the buttons, so nothing is cut off
+    // below. Everything else keeps its design-time place.
     const int32_t right = kWidth - kEventsLeft - kEventsWidth;
-    const int32_t designHeight = kHeight - eventsTop_ - kEventsBottom;
     events_.Move(kEventsLeft, eventsTop_, std::max(kEventsWidth, Width() - kEventsLeft - right),
-                 std::max(designHeight, Height() - eventsTop_ - kEventsBottom));
+                 std::max(UCEventData::kMinHeight, Height() - eventsTop_ - kEventsBottom));
 }
 
 void PollingPage::OnShow() {

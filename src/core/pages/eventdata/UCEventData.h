@@ -18,6 +18,8 @@ class ClsEvent;
 class UCEventData : public ui::UserControl {
   public:
     static constexpr size_t kMaxRows = 100;
+    // Lowest the panel gets: both buttons and the margin below them.
+    static constexpr int32_t kMinHeight = 1245;
     static constexpr const char* kDefaultFile = "EventLog.txt";
     static constexpr const char* kFilter = "*.txt";
     static constexpr const char* kFileHeader = "Number;Instance;Mode;EventCode;HexValues";

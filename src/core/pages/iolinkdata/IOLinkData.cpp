@@ -12,6 +12,7 @@ IOLinkData::IOLinkData(ui::Services& services, std::string name)
     : pages::PollingPage(services, std::move(name), kTitle),
       process_(Add<UCProcessData>(services, "UCProcessData1")) {
     process_.Move(120, 420, process_.Width(), process_.Height());
+    PlaceEvents(420 + process_.Height() + 75);
     process_.ChangeTimer = [this](bool enable) { PanelEvent(enable); };
 }
 

@@ -73,24 +73,29 @@ UCParameter::UCParameter(ui::Services& /*services*/, std::string name)
     AddAt(Kind::TextBox, "TextWrIndex", 120, 1575, 735, 285);
     AddAt(Kind::TextBox, "TextWrSubIndex", 900, 1575, 735, 285);
     auto& write = AddAt(Kind::CommandButton, "Command2", 1680, 1560, 1035, 345, "Write");
-    AddAt(Kind::TextBox, "TextWr", 120, 1950, 3400, 285);
+    // The entry holds three lines like the read data; Enter would break the line, so it is dropped.
+    auto& entry = AddAt(Kind::TextBox, "TextWr", 120, 1950, 3400, 705);
+    entry.SetMultiLine(true);
+    entry.KeyPress = [](int16_t& key) {
+        if (key == 13) key = 0;
+    };
 
     // The display forms get a line of their own: the German captions need the whole width.
-    AddAt(Kind::Label, "Label8", 120, 2295, 1500, 240, "Display");
+    AddAt(Kind::Label, "Label8", 120, 2685, 1500, 240, "Display");
     const char* const optionCaptions[] = {"decimal", "hex", "binary", "asc"};
     const int32_t optionLeft[] = {120, 1035, 1665, 2475};
     const int32_t optionWidth[] = {885, 600, 780, 645};
     for (int i = 0; i < 4; ++i) {
         auto& option = Add<ui::Control>(Kind::OptionButton, "Option1", i);
-        option.Move(optionLeft[i], 2535, optionWidth[i], 255);
+        option.Move(optionLeft[i], 2925, optionWidth[i], 255);
         option.SetCaption(optionCaptions[i]);
     }
     C("Option1", 0).SetValue(1);
     lastFormat_ = Format();
 
     // Error texts of the master can be long: two lines.
-    AddAt(Kind::Label, "Label2", 120, 2850, 615, 240, "Error");
-    AddAt(Kind::Label, "LabelError", 750, 2850, 2770, 480);
+    AddAt(Kind::Label, "Label2", 120, 3225, 615, 240, "Error");
+    AddAt(Kind::Label, "LabelError", 750, 3225, 2770, 480);
 
     read.Click = [this] { RaiseRequest(kReasonRead); };
     write.Click = [this] { RaiseRequest(kReasonWrite); };

@@ -25,7 +25,7 @@ class UCParameter : public ui::UserControl {
     static constexpr int32_t kMaxIndex = 32767;
     static constexpr int32_t kMaxSubIndex = 255;
     static constexpr int kMaxBytes = 250;
-    static constexpr int32_t kHeight = 3405;  // design-time height, twips
+    static constexpr int32_t kHeight = 3825;  // design-time height, twips
 
     explicit UCParameter(ui::Services& services, std::string name = "UCParameter1");
 

@@ -23,6 +23,28 @@ struct ParamRig : testing::PanelRig<UCParameter> {
     }
 };
 
+TEST(UCParameter, EnterInTheMultiLineEntryBreaksNoLineAndSendsNothing) {
+    ParamRig p;
+    auto& entry = p.C("TextWr");
+    ASSERT_TRUE(entry.MultiLine());
+    ASSERT_TRUE(entry.KeyPress);
+    // The renderers let the box edit every key the handler leaves alone, and drop a key set to 0.
+    struct Row {
+        int16_t key, after;
+    };
+    const Row rows[] = {{13, 0}, {'1', '1'}, {' ', ' '}, {8, 8}, {10, 10}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.key);
+        int16_t key = row.key;
+        entry.KeyPress(key);
+        EXPECT_EQ(key, row.after);
+    }
+    entry.UserType("1 2");
+    entry.UserKey(13);
+    EXPECT_EQ(entry.Text(), "1 2");
+    EXPECT_TRUE(p.bridge->Sent().empty());
+}
+
 TEST(UCParameter, IndexAndSubindexAreChecked) {
     // The command sent, or null when the entries are rejected.
     struct Row {

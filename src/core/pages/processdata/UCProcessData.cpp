@@ -32,16 +32,19 @@ const char* const kOptionKeys[] = {"PROCOpt3", "PROCOpt2", "PROCOpt1"};
 UCProcessData::UCProcessData(ui::Services& services, std::string name)
     : ui::UserControl(std::move(name)), services_(services) {
     using ui::Kind;
-    Move(0, 0, 3640, 2580);
+    Move(0, 0, 3640, kHeight);
 
-    AddAt(Kind::Frame, "Frame1", 0, 0, 3640, 2580, "Process data");
+    AddAt(Kind::Frame, "Frame1", 0, 0, 3640, kHeight, "Process data");
 
     // Captions in the left column, a little lower than the entry beside them.
     auto label = [this](const char* name, const char* caption, int32_t top) {
         AddAt(Kind::Label, name, 120, top + 30, 1095, 255, caption);
     };
+    // The data fields hold two lines: four bytes in binary, eight in hex show whole; longer
+    // images scroll and tell the whole text as a tooltip.
     auto text = [this](const char* name, int32_t top, bool locked) -> ui::Control& {
-        auto& t = AddAt(Kind::TextBox, name, 1260, top, 2260, 285);
+        auto& t = AddAt(Kind::TextBox, name, 1260, top, 2260, 585);
+        t.SetMultiLine(true);
         t.SetLocked(locked);
         return t;
     };
@@ -59,20 +62,20 @@ UCProcessData::UCProcessData(ui::Services& services, std::string name)
 
     label("Label1", "Input data", 630);
     text("TextInputs", 630, true);
-    label("Label2", "Output data", 990);
-    text("TextReadOutputs", 990, true);
-    label("Label3", "", 1350);
-    auto& outputs = text("TextOutputs", 1350, false);
+    label("Label2", "Output data", 1290);
+    text("TextReadOutputs", 1290, true);
+    label("Label3", "", 1950);
+    auto& outputs = text("TextOutputs", 1950, false);
 
     // "valid" sits in the caption column so that the German "Automatische Aktualisierung"
     // gets the whole width beside it.
-    auto& valid = AddAt(Kind::CheckBox, "CheckValid", 120, 1710, 1095, 255, "valid");
+    auto& valid = AddAt(Kind::CheckBox, "CheckValid", 120, 2625, 1095, 255, "valid");
     auto& autoUpdate =
-        AddAt(Kind::CheckBox, "CheckAutoUpdate", 1260, 1710, 2320, 255, "Auto update");
+        AddAt(Kind::CheckBox, "CheckAutoUpdate", 1260, 2625, 2320, 255, "Auto update");
     autoUpdate.SetValue(1);
 
-    auto& read = AddAt(Kind::CommandButton, "BTRead", 1260, 2070, 1080, 375, "Read");
-    auto& write = AddAt(Kind::CommandButton, "BTWrite", 2440, 2070, 1080, 375, "Write");
+    auto& read = AddAt(Kind::CommandButton, "BTRead", 1260, 2985, 1080, 375, "Read");
+    auto& write = AddAt(Kind::CommandButton, "BTWrite", 2440, 2985, 1080, 375, "Write");
 
     // Wired after the design values are set, so building the panel raises nothing.
     for (int i = 0; i < 3; ++i)
@@ -86,6 +89,7 @@ UCProcessData::UCProcessData(ui::Services& services, std::string name)
         RaiseChangeTimer(true);
     };
     write.Click = [this] { WriteOutputs(); };
+    // Enter writes; it never breaks the line of the two-line entry.
     outputs.KeyPress = [this](int16_t& key) {
         if (key != 13) return;
         key = 0;

@@ -21,6 +21,7 @@ class UCProcessData : public ui::UserControl {
     static constexpr int16_t kReadOnly = 1;
     static constexpr int16_t kReadWrite = 2;
     static constexpr int kMaxBytes = 250;
+    static constexpr int32_t kHeight = 3495;  // design-time height, twips
 
     explicit UCProcessData(ui::Services& services, std::string name = "UCProcessData1");
 
