@@ -150,6 +150,12 @@ double FontPoints(const Control& control) {
     return control.FontSize() > 0 ? control.FontSize() : kDefaultFontPoints;
 }
 
+double NarrowingFor(double average, double dpi) {
+    const double target = kDialogLetterWidthAt96 * dpi / 96.0;
+    if (!(average > target * 1.02) || !(target > 0)) return 1.0;  // NaN and nonsense stay as is
+    return std::clamp(target / average, 0.7, 1.0);
+}
+
 bool IsOneLineLabel(int heightPx, int lineHeightPx) {
     return static_cast<int64_t>(heightPx) < 2 * static_cast<int64_t>(lineHeightPx);
 }

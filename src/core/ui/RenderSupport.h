@@ -67,6 +67,16 @@ int32_t PxToTwips(int px, double dpi);
 inline constexpr double kDefaultFontPoints = 8.25;
 double FontPoints(const Control& control);
 
+// The letters of the classic dialog font average about 5.6 pixels at 96 DPI; a wider font would
+// not fit its captions into layouts made for it, so renderers narrow it to that width (never
+// widen it). The letters the average is taken over:
+inline constexpr double kDialogLetterWidthAt96 = 5.6;
+inline constexpr const char* kAverageLetters =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+// The share of its width (0.7 to 1) a font keeps whose letters average `average` pixels at
+// `dpi`; 1 for a font no wider than the target (2 % allowed).
+double NarrowingFor(double average, double dpi);
+
 // A label less than two lines high shows its caption on one line. Such a label whose text has
 // no line break widens to its text (one pixel spare): when the font runs a little wider than
 // the one the layout was made for, the text may pass the label's right edge (over whatever is

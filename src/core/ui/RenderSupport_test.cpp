@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 
 namespace kestrova::ui {
@@ -57,6 +58,26 @@ TEST(RenderSupport, OneLineLabelsWidenToTheirText) {
     for (const auto& c : cases)
         EXPECT_EQ(LabelWidth(c.width, c.height, c.lineHeight, c.textWidth, c.hasBreak), c.want)
             << c.width << "x" << c.height << " line " << c.lineHeight << " text " << c.textWidth;
+}
+
+TEST(RenderSupport, WideFontsAreNarrowedNeverWidened) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const struct {
+        double average, dpi, want;
+    } cases[] = {
+        {5.6, 96, 1.0},    // the classic font itself
+        {4.0, 96, 1.0},    // a narrower one is never widened
+        {5.7, 96, 1.0},    // within 2 %
+        {7.0, 96, 0.8},    // narrowed to the target
+        {11.2, 192, 1.0},  // the same font at twice the density
+        {14.0, 192, 0.8},  //
+        {20.0, 96, 0.7},   // never below 70 %: worse would be unreadable
+        {nan, 96, 1.0},    // measurements that failed leave the font alone
+        {7.0, 0, 1.0},     //
+        {7.0, -96, 1.0},   //
+    };
+    for (const auto& c : cases)
+        EXPECT_DOUBLE_EQ(NarrowingFor(c.average, c.dpi), c.want) << c.average << " at " << c.dpi;
 }
 
 TEST(RenderSupport, EveryDrawnPropertyBelongsToAnAspectItsKindsShow) {

@@ -442,23 +442,19 @@ void Renderer::ApplyGeometry(Control& c, QWidget* w) {
 }
 
 int DialogFontStretch(const QFont& base) {
-    // Layouts in twips were made for the classic 8-point dialog font, whose letters average
-    // about 5.6 pixels at 96 DPI. A wider font would not fit its captions into them, so it is
-    // narrowed to that average width (never widened).
-    const QString letters = QStringLiteral("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz");
+    const QString letters = QString::fromLatin1(ui::kAverageLetters);
     QFont font = base;
     font.setPointSizeF(ui::kDefaultFontPoints);
-    const double target = 5.6 * LogicalDpi() / 96.0;
     auto average = [&](int stretch) {
         font.setStretch(stretch);
         return QFontMetricsF(font).horizontalAdvance(letters) / letters.size();
     };
-    double avg = average(QFont::Unstretched);
-    if (avg <= target * 1.02) return QFont::Unstretched;
-    int stretch = static_cast<int>(std::lround(100.0 * target / avg));
+    const double share = ui::NarrowingFor(average(QFont::Unstretched), LogicalDpi());
+    if (share >= 1.0) return QFont::Unstretched;
+    int stretch = static_cast<int>(std::lround(100.0 * share));
     // Condensed faces are picked by stretch ranges; one correction settles the width.
-    avg = average(stretch);
-    stretch = static_cast<int>(std::lround(stretch * target / avg));
+    const double target = ui::kDialogLetterWidthAt96 * LogicalDpi() / 96.0;
+    stretch = static_cast<int>(std::lround(stretch * target / average(stretch)));
     return std::clamp(stretch, 70, 100);
 }
 

@@ -180,8 +180,35 @@ struct Renderer::Fonts {
             font.lfWidth = 0;
             font.lfWeight = bold ? FW_BOLD : FW_NORMAL;
             it->second = CreateFontIndirectW(&font);
+            // A face wider than the one the layouts were made for is narrowed to its width.
+            TEXTMETRICW metrics{};
+            const double share = Narrowing(it->second, -height, dpi, metrics);
+            if (share < 1.0 && metrics.tmAveCharWidth > 0) {
+                font.lfWidth = std::max<LONG>(1, std::lround(metrics.tmAveCharWidth * share));
+                DeleteObject(it->second);
+                it->second = CreateFontIndirectW(&font);
+            }
         }
         return it->second;
+    }
+    // How much of its width the font (em pixels high) keeps; its metrics come back for the
+    // average character width GDI narrows by.
+    static double Narrowing(HFONT font, int em, double dpi, TEXTMETRICW& metrics) {
+        HDC dc = CreateCompatibleDC(nullptr);
+        if (!dc) return 1.0;
+        HGDIOBJ old = SelectObject(dc, font);
+        const std::wstring letters = Widen(ui::kAverageLetters);
+        SIZE extent{};
+        const bool measured =
+            GetTextExtentPoint32W(dc, letters.c_str(), static_cast<int>(letters.size()), &extent) &&
+            GetTextMetricsW(dc, &metrics);
+        SelectObject(dc, old);
+        DeleteDC(dc);
+        if (!measured || em <= 0) return 1.0;
+        // Fonts of every size are narrowed alike: the average is taken as if at the default size.
+        const double atDefault = static_cast<double>(extent.cx) / letters.size() *
+                                 (ui::kDefaultFontPoints * dpi / 72.0) / em;
+        return ui::NarrowingFor(atDefault, dpi);
     }
 };
 
@@ -403,6 +430,7 @@ void Renderer::ApplyGeometry(Control& c, HWND w) {
         SetWindowPos(box->second, nullptr, 0, 0, width, std::max(ToPx(c.Height()), 0),
                      SWP_NOZORDER | SWP_NOACTIVATE);
     if (c.GetKind() == Kind::StatusBar) ApplyPanels(c, w);
+    if (c.GetKind() == Kind::ListView) FitColumns(c, w);  // the last column fills the new width
 }
 
 void Renderer::ApplyFont(Control& c, HWND w) {
@@ -537,11 +565,16 @@ void Renderer::ApplyColumns(Control& c, HWND w) {
         SendMessageW(w, i < have ? LVM_SETCOLUMNW : LVM_INSERTCOLUMNW, i,
                      reinterpret_cast<LPARAM>(&column));
     }
+    FitColumns(c, w);
 }
 
 void Renderer::ApplyRows(Control& c, HWND w) {
     const auto& rows = c.ListItems();
     auto& shown = shownRows_[&c];
+    // The newest row stays in view unless the user scrolled away from the end.
+    const LRESULT top = SendMessageW(w, LVM_GETTOPINDEX, 0, 0);
+    const LRESULT perPage = SendMessageW(w, LVM_GETCOUNTPERPAGE, 0, 0);
+    const bool follow = top + perPage >= static_cast<LRESULT>(shown.size());
     while (shown.size() > rows.size()) {
         SendMessageW(w, LVM_DELETEITEM, shown.size() - 1, 0);
         shown.pop_back();
@@ -569,6 +602,36 @@ void Renderer::ApplyRows(Control& c, HWND w) {
             SendMessageW(w, LVM_SETITEMTEXTW, i, reinterpret_cast<LPARAM>(&item));
         }
     }
+    FitColumns(c, w);
+    if (follow && !rows.empty()) SendMessageW(w, LVM_ENSUREVISIBLE, rows.size() - 1, FALSE);
+    InvalidateRect(w, nullptr, FALSE);  // row colours are drawn on request
+}
+
+void Renderer::FitColumns(Control& c, HWND w) {
+    // As wide as header and cells in the list's own font; the last column fills what is left
+    // of the row.
+    const auto& columns = c.ColumnHeaders();
+    if (columns.empty()) return;
+    const int padding = ToPx(210);
+    auto widthOf = [w, padding](const std::string& text) {
+        const std::wstring wide = Widen(text);
+        return static_cast<int>(SendMessageW(w, LVM_GETSTRINGWIDTHW, 0,
+                                             reinterpret_cast<LPARAM>(wide.c_str()))) +
+               padding;
+    };
+    std::vector<int> widths;
+    for (const auto& column : columns) widths.push_back(widthOf(column.Text));
+    for (const auto& row : c.ListItems())
+        for (size_t col = 0; col < row.size() && col < widths.size(); ++col)
+            widths[col] = std::max(widths[col], widthOf(row[col]));
+    RECT client{};
+    GetClientRect(w, &client);
+    int used = 0;
+    for (size_t i = 0; i + 1 < widths.size(); ++i) used += widths[i];
+    widths.back() = std::max(widths.back(), static_cast<int>(client.right) - used);
+    for (size_t i = 0; i < widths.size(); ++i)
+        if (SendMessageW(w, LVM_GETCOLUMNWIDTH, i, 0) != widths[i])
+            SendMessageW(w, LVM_SETCOLUMNWIDTH, i, MAKELPARAM(widths[i], 0));
 }
 
 void Renderer::ApplyPanels(Control& c, HWND w) {
@@ -808,6 +871,15 @@ LRESULT Renderer::OnNotify(NMHDR* header) {
     if (!cp) return 0;
     Control& c = *cp;
     HWND w = header->hwndFrom;
+    if (c.GetKind() == Kind::ListView && header->code == NM_CUSTOMDRAW) {
+        // Each row in the background the model gives it.
+        auto* draw = reinterpret_cast<NMLVCUSTOMDRAW*>(header);
+        if (draw->nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
+        if (draw->nmcd.dwDrawStage != CDDS_ITEMPREPAINT) return CDRF_DODEFAULT;
+        const ui::Color back = c.RowBackColor(static_cast<size_t>(draw->nmcd.dwItemSpec));
+        if (ui::IsOwnBackColor(back)) draw->clrTextBk = ToColorRef(back);
+        return CDRF_DODEFAULT;
+    }
     if (c.GetKind() != Kind::TreeView) return 0;
     switch (header->code) {
         case TVN_SELCHANGEDW:

@@ -90,6 +90,7 @@ class Renderer {
     void ApplyNodes(ui::Control& control, HWND window);
     void ApplyColumns(ui::Control& control, HWND window);
     void ApplyRows(ui::Control& control, HWND window);
+    void FitColumns(ui::Control& control, HWND list);
     void ApplyPanels(ui::Control& control, HWND window);
     void ApplyFont(ui::Control& control, HWND window);
     void ApplyToolTip(ui::Control& control, HWND window);

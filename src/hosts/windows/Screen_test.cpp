@@ -131,6 +131,13 @@ class RendererTest : public ScreenTest {
     }
     HWND Window(const char* path) { return FindControlWindow(view->RootWindow(), path); }
     ui::Control& Model(const char* path) { return *root.Resolve(path); }
+    bool ListEndInView() {
+        HWND list = Window("List1");
+        const LRESULT count = SendMessageW(list, LVM_GETITEMCOUNT, 0, 0);
+        return SendMessageW(list, LVM_GETTOPINDEX, 0, 0) +
+                   SendMessageW(list, LVM_GETCOUNTPERPAGE, 0, 0) >=
+               count;
+    }
 
     ui::UserControl root{"Main"};
     std::unique_ptr<Renderer> view;
@@ -211,6 +218,31 @@ TEST_F(RendererTest, ModelChangesReachOnlyTheirWindows) {
          [&] { return SendMessageW(Window("List1"), LVM_GETITEMCOUNT, 0, 0) == 2; }},
         {"row removed", [&] { Model("List1").RemoveRow(1); },
          [&] { return SendMessageW(Window("List1"), LVM_GETITEMCOUNT, 0, 0) == 1; }},
+        {"columns fitted: the last fills the row",
+         [&] {
+             Model("List1").AddRow({"0x8CA0", "A text far wider than its column was"});
+         },
+         [&] {
+             HWND list = Window("List1");
+             RECT client{}, cell{};
+             GetClientRect(list, &client);
+             cell.top = 1;
+             cell.left = LVIR_BOUNDS;
+             SendMessageW(list, LVM_GETSUBITEMRECT, 0, reinterpret_cast<LPARAM>(&cell));
+             const LRESULT second = SendMessageW(list, LVM_GETCOLUMNWIDTH, 1, 0);
+             return cell.right >= client.right - 1 && second > 100;  // 1500 twips: 100 px
+         }},
+        {"newest row in view",
+         [&] {
+             for (int i = 0; i < 30; ++i) Model("List1").AddRow({std::to_string(i), "row"});
+         },
+         [&] { return ListEndInView(); }},
+        {"scrolled away: the list stays",
+         [&] {
+             SendMessageW(Window("List1"), LVM_ENSUREVISIBLE, 0, FALSE);
+             Model("List1").AddRow({"new", "row"});
+         },
+         [&] { return SendMessageW(Window("List1"), LVM_GETTOPINDEX, 0, 0) == 0; }},
         {"nodes", [&] { Model("TreeMenu").AddNode("K4", "Four"); },
          [&] { return SendMessageW(Window("TreeMenu"), TVM_GETCOUNT, 0, 0) == 4; }},
         {"tooltip", [&] { Model("Text1").SetToolTipText("Wrong number format"); },
