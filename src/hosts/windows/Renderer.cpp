@@ -431,6 +431,7 @@ void Renderer::ApplyGeometry(Control& c, HWND w) {
                      SWP_NOZORDER | SWP_NOACTIVATE);
     if (c.GetKind() == Kind::StatusBar) ApplyPanels(c, w);
     if (c.GetKind() == Kind::ListView) FitColumns(c, w);  // the last column fills the new width
+    if (c.GetKind() == Kind::TextBox || c.GetKind() == Kind::Label) ApplyToolTip(c, w);
 }
 
 void Renderer::ApplyFont(Control& c, HWND w) {
@@ -466,13 +467,15 @@ void Renderer::ApplyText(Control& c, HWND w) {
         case Kind::TextBox: {
             // The model's line breaks are CR LF already, as the edit control wants them.
             const std::wstring text = Widen(c.Text());
-            if (WindowText(w) == text) break;
-            DWORD start = 0, end = 0;
-            SendMessageW(w, EM_GETSEL, reinterpret_cast<WPARAM>(&start),
-                         reinterpret_cast<LPARAM>(&end));
-            SetWindowTextW(w, text.c_str());
-            const auto caret = static_cast<WPARAM>(std::min<size_t>(end, text.size()));
-            SendMessageW(w, EM_SETSEL, caret, static_cast<LPARAM>(caret));
+            if (WindowText(w) != text) {
+                DWORD start = 0, end = 0;
+                SendMessageW(w, EM_GETSEL, reinterpret_cast<WPARAM>(&start),
+                             reinterpret_cast<LPARAM>(&end));
+                SetWindowTextW(w, text.c_str());
+                const auto caret = static_cast<WPARAM>(std::min<size_t>(end, text.size()));
+                SendMessageW(w, EM_SETSEL, caret, static_cast<LPARAM>(caret));
+            }
+            ApplyToolTip(c, w);  // typed text too may have outgrown the box
             break;
         }
         case Kind::ComboBox:
@@ -651,8 +654,43 @@ void Renderer::ApplyPanels(Control& c, HWND w) {
     InvalidateRect(w, nullptr, TRUE);
 }
 
+namespace {
+
+// Whether a text box or label shows less than its whole text: a line wider than the box, or
+// more lines than it has room for.
+bool TextIsCut(const Control& c, HWND w, const std::wstring& text) {
+    if (text.empty()) return false;
+    RECT client{};
+    GetClientRect(w, &client);
+    HDC dc = GetDC(w);
+    if (!dc) return false;
+    HGDIOBJ old = SelectObject(dc, reinterpret_cast<HFONT>(SendMessageW(w, WM_GETFONT, 0, 0)));
+    RECT need{0, 0, client.right, 0};
+    const bool wraps = c.GetKind() == Kind::Label
+                           ? (GetWindowLongPtrW(w, GWL_STYLE) & SS_TYPEMASK) != SS_LEFTNOWORDWRAP
+                           : c.MultiLine();
+    // An edit keeps a few pixels of margin on either side.
+    const int margin = c.GetKind() == Kind::TextBox ? 8 : 0;
+    need.right = std::max<LONG>(client.right - margin, 1);
+    DrawTextW(dc, text.c_str(), static_cast<int>(text.size()), &need,
+              DT_CALCRECT | DT_NOPREFIX | DT_EDITCONTROL | (wraps ? DT_WORDBREAK : DT_SINGLELINE));
+    SelectObject(dc, old);
+    ReleaseDC(w, dc);
+    return need.right - need.left > std::max<LONG>(client.right - margin, 1) ||
+           need.bottom - need.top > client.bottom;
+}
+
+}  // namespace
+
 void Renderer::ApplyToolTip(Control& c, HWND w) {
-    if (c.ToolTipText().empty() && !tips_) return;
+    // A text that does not fit its box tells itself as the tooltip, unless the control has its
+    // own.
+    std::string tip = c.ToolTipText();
+    if (tip.empty() && (c.GetKind() == Kind::TextBox || c.GetKind() == Kind::Label)) {
+        const std::string& shown = c.GetKind() == Kind::Label ? c.Caption() : c.Text();
+        if (TextIsCut(c, w, Widen(shown))) tip = shown;
+    }
+    if (tip.empty() && !tips_) return;
     if (!tips_) {
         tips_ = CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP,
                                 CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT,
@@ -660,7 +698,7 @@ void Renderer::ApplyToolTip(Control& c, HWND w) {
                                 nullptr);
         if (!tips_) return;
     }
-    std::wstring text = Widen(c.ToolTipText());
+    std::wstring text = Widen(tip);
     TTTOOLINFOW tool{};
     tool.cbSize = sizeof(tool);
     tool.uFlags = TTF_IDISHWND | TTF_SUBCLASS;

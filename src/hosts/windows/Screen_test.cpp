@@ -131,6 +131,16 @@ class RendererTest : public ScreenTest {
     }
     HWND Window(const char* path) { return FindControlWindow(view->RootWindow(), path); }
     ui::Control& Model(const char* path) { return *root.Resolve(path); }
+    std::string TipOf(const char* path) {
+        wchar_t text[80] = {};
+        TTTOOLINFOW tool{};
+        tool.cbSize = sizeof(tool);
+        tool.hwnd = GetParent(Window(path));
+        tool.uId = reinterpret_cast<UINT_PTR>(Window(path));
+        tool.lpszText = text;
+        SendMessageW(view->ToolTips(), TTM_GETTEXTW, 80, reinterpret_cast<LPARAM>(&tool));
+        return Narrow(text);
+    }
     bool ListEndInView() {
         HWND list = Window("List1");
         const LRESULT count = SendMessageW(list, LVM_GETITEMCOUNT, 0, 0);
@@ -246,17 +256,16 @@ TEST_F(RendererTest, ModelChangesReachOnlyTheirWindows) {
         {"nodes", [&] { Model("TreeMenu").AddNode("K4", "Four"); },
          [&] { return SendMessageW(Window("TreeMenu"), TVM_GETCOUNT, 0, 0) == 4; }},
         {"tooltip", [&] { Model("Text1").SetToolTipText("Wrong number format"); },
-         [&] {
-             wchar_t text[80] = {};
-             TTTOOLINFOW tool{};
-             tool.cbSize = sizeof(tool);
-             tool.hwnd = Window("Main");
-             tool.uId = reinterpret_cast<UINT_PTR>(Window("Text1"));
-             tool.lpszText = text;
-             SendMessageW(view->ToolTips(), TTM_GETTEXTW, 80, reinterpret_cast<LPARAM>(&tool));
-             return Narrow(text) == "Wrong number format";
-         }},
+         [&] { return TipOf("Text1") == "Wrong number format"; }},
         {"tooltip gone", [&] { Model("Text1").SetToolTipText(""); },
+         [&] { return SendMessageW(view->ToolTips(), TTM_GETTOOLCOUNT, 0, 0) == 0; }},
+        {"a text cut by its box tells itself",
+         [&] { Model("Text1").SetText("0x01 0x02 0x03 0x04 0x05 0x06 0x07 0x08 0x09"); },
+         [&] { return TipOf("Text1") == "0x01 0x02 0x03 0x04 0x05 0x06 0x07 0x08 0x09"; }},
+        {"its own tooltip wins", [&] { Model("Text1").SetToolTipText("Outputs"); },
+         [&] { return TipOf("Text1") == "Outputs"; }},
+        {"a text that fits tells nothing",
+         [&] { Model("Text1").SetToolTipText(""), Model("Text1").SetText("0x01"); },
          [&] { return SendMessageW(view->ToolTips(), TTM_GETTOOLCOUNT, 0, 0) == 0; }},
         {"panels", [&] { Model("StatusBar1").AddPanel("x", 900); },
          [&] { return SendMessageW(Window("StatusBar1"), SB_GETPARTS, 0, 0) == 3; }},
@@ -267,7 +276,8 @@ TEST_F(RendererTest, ModelChangesReachOnlyTheirWindows) {
         EXPECT_TRUE(c.shown()) << c.what;
     }
     // The model's own events fire (a value set, a list entry chosen); the windows add none.
-    EXPECT_EQ(log, (Lines{"check 1", "check 2", "pick COM9", "change 0x1F"}));
+    EXPECT_EQ(log, (Lines{"check 1", "check 2", "pick COM9", "change 0x1F",
+                          "change 0x01 0x02 0x03 0x04 0x05 0x06 0x07 0x08 0x09", "change 0x01"}));
 }
 
 TEST_F(RendererTest, WindowMessagesBecomeTheModelsUserInput) {
