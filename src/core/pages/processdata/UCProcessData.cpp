@@ -40,8 +40,8 @@ UCProcessData::UCProcessData(ui::Services& services, std::string name)
     auto label = [this](const char* name, const char* caption, int32_t top) {
         AddAt(Kind::Label, name, 120, top + 30, 1095, 255, caption);
     };
-    // The data fields hold two lines: four bytes in binary, eight in hex show whole; longer
-    // images scroll and tell the whole text as a tooltip.
+    // The data fields hold two lines, so four bytes show whole in every form (binary the
+    // widest); longer images scroll and tell the whole text as a tooltip.
     auto text = [this](const char* name, int32_t top, bool locked) -> ui::Control& {
         auto& t = AddAt(Kind::TextBox, name, 1260, top, 2260, 585);
         t.SetMultiLine(true);
