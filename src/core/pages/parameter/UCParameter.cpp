@@ -73,11 +73,12 @@ UCParameter::UCParameter(ui::Services& /*services*/, std::string name)
     AddAt(Kind::TextBox, "TextWrIndex", 120, 1575, 735, 285);
     AddAt(Kind::TextBox, "TextWrSubIndex", 900, 1575, 735, 285);
     auto& write = AddAt(Kind::CommandButton, "Command2", 1680, 1560, 1035, 345, "Write");
-    // The entry holds three lines like the read data; Enter would break the line, so it is dropped.
+    // The entry holds three lines like the read data, but one value: Enter and Ctrl+Enter would
+    // break the line, so they are dropped.
     auto& entry = AddAt(Kind::TextBox, "TextWr", 120, 1950, 3400, 705);
     entry.SetMultiLine(true);
     entry.KeyPress = [](int16_t& key) {
-        if (key == 13) key = 0;
+        if (key == 13 || key == 10) key = 0;
     };
 
     // The display forms get a line of their own: the German captions need the whole width.

@@ -32,7 +32,7 @@ TEST(UCParameter, EnterInTheMultiLineEntryBreaksNoLineAndSendsNothing) {
     struct Row {
         int16_t key, after;
     };
-    const Row rows[] = {{13, 0}, {'1', '1'}, {' ', ' '}, {8, 8}, {10, 10}};
+    const Row rows[] = {{13, 0}, {10, 0}, {'1', '1'}, {' ', ' '}, {8, 8}, {9, 9}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.key);
         int16_t key = row.key;

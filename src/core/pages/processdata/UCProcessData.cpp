@@ -89,8 +89,9 @@ UCProcessData::UCProcessData(ui::Services& services, std::string name)
         RaiseChangeTimer(true);
     };
     write.Click = [this] { WriteOutputs(); };
-    // Enter writes; it never breaks the line of the two-line entry.
+    // Enter writes; neither it nor Ctrl+Enter breaks the line of the two-line entry.
     outputs.KeyPress = [this](int16_t& key) {
+        if (key == 10) key = 0;
         if (key != 13) return;
         key = 0;
         WriteOutputs();

@@ -88,6 +88,7 @@ TEST(UCProcessData, OnlyWhatParsesIsWrittenAndOnlyOnTheNextRefresh) {
         p.bridge->ClearLog();
         p.events.clear();
         p.C("TextOutputs").UserType(row.text);
+        p.C("TextOutputs").UserKey(10);  // Ctrl+Enter: no line break, nothing written
         p.C("TextOutputs").UserKey(13);
         EXPECT_EQ(p.events, "T");
         EXPECT_EQ(p.C("TextOutputs").Text(), row.text);
