@@ -151,7 +151,7 @@ double FontPoints(const Control& control) {
 }
 
 double NarrowingFor(double average, double dpi) {
-    const double target = kDialogLetterWidthAt96 * dpi / 96.0;
+    const double target = DialogLetterWidth(dpi);
     if (!(average > target * 1.02) || !(target > 0)) return 1.0;  // NaN and nonsense stay as is
     return std::clamp(target / average, 0.7, 1.0);
 }

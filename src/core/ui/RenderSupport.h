@@ -69,10 +69,12 @@ double FontPoints(const Control& control);
 
 // The letters of the classic dialog font average about 5.6 pixels at 96 DPI; a wider font would
 // not fit its captions into layouts made for it, so renderers narrow it to that width (never
-// widen it). The letters the average is taken over:
-inline constexpr double kDialogLetterWidthAt96 = 5.6;
+// widen it). The letters the average is taken over, and that average in pixels at `dpi`:
 inline constexpr const char* kAverageLetters =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+inline constexpr double DialogLetterWidth(double dpi) {
+    return 5.6 * dpi / 96.0;
+}
 // The share of its width (0.7 to 1) a font keeps whose letters average `average` pixels at
 // `dpi`; 1 for a font no wider than the target (2 % allowed).
 double NarrowingFor(double average, double dpi);

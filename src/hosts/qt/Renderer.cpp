@@ -453,8 +453,8 @@ int DialogFontStretch(const QFont& base) {
     if (share >= 1.0) return QFont::Unstretched;
     int stretch = static_cast<int>(std::lround(100.0 * share));
     // Condensed faces are picked by stretch ranges; one correction settles the width.
-    const double target = ui::kDialogLetterWidthAt96 * LogicalDpi() / 96.0;
-    stretch = static_cast<int>(std::lround(stretch * target / average(stretch)));
+    stretch = static_cast<int>(
+        std::lround(stretch * ui::DialogLetterWidth(LogicalDpi()) / average(stretch)));
     return std::clamp(stretch, 70, 100);
 }
 
